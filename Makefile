@@ -1,0 +1,34 @@
+# Drives CMake. `make test` is what CI runs.
+BUILD_DIR   ?= build
+ASAN_DIR    ?= build-asan
+RELEASE_DIR ?= build-release
+JOBS        ?= $(shell nproc 2>/dev/null || echo 2)
+CTEST_FLAGS ?= --output-on-failure -j$(JOBS)
+
+.PHONY: all deps build test test-plain test-sanitize install clean
+
+all: build
+
+deps:
+	@bash scripts/install-deps.sh
+
+build: deps
+	cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo
+	cmake --build $(BUILD_DIR) -j$(JOBS)
+
+# The whole suite twice: a plain build, then ASan+UBSan (any report fails).
+test: test-plain test-sanitize
+
+test-plain: build
+	ctest --test-dir $(BUILD_DIR) $(CTEST_FLAGS)
+
+test-sanitize: deps
+	cmake -S . -B $(ASAN_DIR) -DCMAKE_BUILD_TYPE=Debug -DSTATTREE_SANITIZE=ON \
+	  -DSTATTREE_BUILD_BENCH=OFF
+	cmake --build $(ASAN_DIR) -j$(JOBS)
+	ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
+	UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+	  ctest --test-dir $(ASAN_DIR) $(CTEST_FLAGS)
+
+clean:
+	rm -rf $(BUILD_DIR) $(ASAN_DIR) $(RELEASE_DIR)

@@ -1,0 +1,220 @@
+#include "stattree/boundary/variant.h"
+
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <system_error>
+
+namespace stattree {
+namespace {
+
+// 2^63 as a double: the first real above every long long.
+constexpr double kTwoPow63 = 9223372036854775808.0;
+
+// -1, 0 or 1 as an exact comparison of an integer with a (non-NaN) real.
+int CompareIntReal(long long i, double d) {
+  if (d >= kTwoPow63) return -1;
+  if (d < -kTwoPow63) return 1;
+  // |d| < 2^63 here (or d == -2^63, which converts exactly), so the
+  // truncation is exact and so is the fraction d - t.
+  const auto t = static_cast<long long>(d);
+  if (i < t) return -1;
+  if (i > t) return 1;
+  const double fraction = d - static_cast<double>(t);
+  if (fraction > 0) return -1;
+  if (fraction < 0) return 1;
+  return 0;
+}
+
+// A text acts as a number in arithmetic only when it parses fully.
+bool ParseNumber(const std::string& text, Variant& out) {
+  if (text.empty()) return false;
+  const char* first = text.data();
+  const char* last = first + text.size();
+  long long i = 0;
+  auto [ip, iec] = std::from_chars(first, last, i);
+  if (iec == std::errc() && ip == last) {
+    out = Variant(i);
+    return true;
+  }
+  double d = 0;
+  auto [dp, dec] = std::from_chars(first, last, d);
+  if (dec == std::errc() && dp == last && std::isfinite(d)) {
+    out = Variant(d);
+    return true;
+  }
+  return false;
+}
+
+// Numeric view of an operand for arithmetic: false for invalid and for
+// text that is not a number.
+bool AsNumber(const Variant& v, Variant& out) {
+  if (v.IsNumber()) {
+    out = v;
+    return true;
+  }
+  if (v.IsText()) return ParseNumber(v.GetText(), out);
+  return false;
+}
+
+int KindRank(Variant::Kind kind) {
+  switch (kind) {
+    case Variant::Kind::Integer:
+    case Variant::Kind::Real:
+      return 0;
+    case Variant::Kind::Text:
+      return 1;
+    case Variant::Kind::Invalid:
+      return 2;
+    case Variant::Kind::Empty:
+      return 3;
+  }
+  return 3;
+}
+
+// -1, 0 or 1: the total preorder behind operator< and operator==.
+int Compare(const Variant& a, const Variant& b) {
+  const int ra = KindRank(a.GetKind());
+  const int rb = KindRank(b.GetKind());
+  if (ra != rb) return ra < rb ? -1 : 1;
+  if (ra == 1) {
+    const int c = a.GetText().compare(b.GetText());
+    return c < 0 ? -1 : (c > 0 ? 1 : 0);
+  }
+  if (ra != 0) return 0;
+  if (a.IsInteger() && b.IsInteger()) {
+    return a.GetInteger() < b.GetInteger() ? -1 : (a.GetInteger() > b.GetInteger() ? 1 : 0);
+  }
+  if (a.IsInteger()) return CompareIntReal(a.GetInteger(), b.GetReal());
+  if (b.IsInteger()) return -CompareIntReal(b.GetInteger(), a.GetReal());
+  return a.GetReal() < b.GetReal() ? -1 : (a.GetReal() > b.GetReal() ? 1 : 0);
+}
+
+std::string RealText(double x) {
+  if (x == 0) return "0";  // also negative zero
+  char buffer[400];
+  const double magnitude = std::fabs(x);
+  const auto format = (magnitude >= 1e-6 && magnitude < 1e21) ? std::chars_format::fixed
+                                                              : std::chars_format::scientific;
+  auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, x, format);
+  if (ec != std::errc()) return std::string();
+  return std::string(buffer, end);
+}
+
+}  // namespace
+
+Variant::Variant(int value) noexcept : kind_(Kind::Integer), int_(value) {}
+
+Variant::Variant(long value) noexcept : kind_(Kind::Integer), int_(value) {}
+
+Variant::Variant(long long value) noexcept : kind_(Kind::Integer), int_(value) {}
+
+Variant::Variant(double value) noexcept
+    : kind_(std::isnan(value) ? Kind::Invalid : Kind::Real), real_(std::isnan(value) ? 0 : value) {}
+
+Variant::Variant(const std::string& value) : kind_(Kind::Text), text_(value) {}
+
+Variant::Variant(const char* value) : kind_(Kind::Text), text_(value != nullptr ? value : "") {}
+
+Variant Variant::Invalid() noexcept {
+  Variant v;
+  v.kind_ = Kind::Invalid;
+  return v;
+}
+
+void Variant::SetEmpty() noexcept {
+  kind_ = Kind::Empty;
+  int_ = 0;
+  real_ = 0;
+  text_.clear();
+}
+
+bool Variant::IsStringEquivalentTo(const Variant& other) const {
+  if (kind_ == Kind::Text && other.kind_ == Kind::Text) return text_ == other.text_;
+  return std::string(*this) == std::string(other);
+}
+
+Variant::operator std::string() const {
+  switch (kind_) {
+    case Kind::Integer:
+      return std::to_string(int_);
+    case Kind::Real:
+      return RealText(real_);
+    case Kind::Text:
+      return text_;
+    case Kind::Empty:
+    case Kind::Invalid:
+      break;
+  }
+  return std::string();
+}
+
+Variant::operator double() const {
+  Variant number;
+  if (kind_ == Kind::Integer) return static_cast<double>(int_);
+  if (kind_ == Kind::Real) return real_;
+  if (kind_ == Kind::Text && ParseNumber(text_, number)) return static_cast<double>(number);
+  return std::numeric_limits<double>::quiet_NaN();
+}
+
+bool Variant::operator<(const Variant& other) const { return Compare(*this, other) < 0; }
+
+bool Variant::operator==(const Variant& other) const { return Compare(*this, other) == 0; }
+
+// The empty special cases let an empty bound be passed by every value.
+bool Variant::operator>(const Variant& other) const {
+  if (IsEmpty()) return false;
+  if (other.IsEmpty()) return true;
+  return Compare(*this, other) > 0;
+}
+
+bool Variant::operator<=(const Variant& other) const {
+  if (IsEmpty()) return other.IsEmpty();
+  if (other.IsEmpty()) return true;
+  return Compare(*this, other) <= 0;
+}
+
+bool Variant::operator>=(const Variant& other) const {
+  if (IsEmpty()) return other.IsEmpty();
+  if (other.IsEmpty()) return true;
+  return Compare(*this, other) >= 0;
+}
+
+Variant Variant::operator+(const Variant& other) const {
+  if (IsEmpty()) return other;
+  if (other.IsEmpty()) return *this;
+  Variant a;
+  Variant b;
+  if (!AsNumber(*this, a) || !AsNumber(other, b)) return Invalid();
+  if (a.IsInteger() && b.IsInteger()) {
+    long long sum = 0;
+    if (!__builtin_add_overflow(a.int_, b.int_, &sum)) return Variant(sum);
+  }
+  return Variant(static_cast<double>(a) + static_cast<double>(b));
+}
+
+Variant Variant::operator*(const Variant& other) const {
+  if (kind_ == Kind::Invalid || other.kind_ == Kind::Invalid) return Invalid();
+  if (IsEmpty() || other.IsEmpty()) return Variant();
+  Variant a;
+  Variant b;
+  if (!AsNumber(*this, a) || !AsNumber(other, b)) return Invalid();
+  if (a.IsInteger() && b.IsInteger()) {
+    long long product = 0;
+    if (!__builtin_mul_overflow(a.int_, b.int_, &product)) return Variant(product);
+  }
+  return Variant(static_cast<double>(a) * static_cast<double>(b));
+}
+
+Variant Variant::operator/(const Variant& other) const {
+  if (kind_ == Kind::Invalid || other.kind_ == Kind::Invalid) return Invalid();
+  if (IsEmpty() || other.IsEmpty()) return Variant();
+  Variant a;
+  Variant b;
+  if (!AsNumber(*this, a) || !AsNumber(other, b)) return Invalid();
+  const double divisor = static_cast<double>(b);
+  if (divisor == 0) return Invalid();
+  return Variant(static_cast<double>(a) / divisor);
+}
+
+}  // namespace stattree

@@ -1,0 +1,100 @@
+// Variant: the value that crosses between host, engine and statistics.
+//
+// A Variant is empty, an integer (64-bit), a real, a text, or invalid (an
+// error or not-available value). The engine stores values by copy, orders
+// them, tests them for text equivalence and combines them arithmetically;
+// the contract below is what the criteria, accumulators and sorts rely on.
+//
+// Ordering: operator< is a strict weak ordering over every value. Numbers
+// (integers and reals compare exactly with each other, also beyond 2^53)
+// rank below texts (unsigned byte-wise), texts below invalid, invalid below
+// empty. The other comparisons treat an empty operand specially so that an
+// empty bound is passed by every value (open histogram edges, the first
+// Min/Max value): for non-empty r and empty e, r<e, r>e, r<=e, r>=e are all
+// true; e<x and e>x are always false; e<=x and e>=x hold only for empty x.
+//
+// Arithmetic: an empty operand of + is the identity; * and / give invalid
+// for an invalid operand, else empty for an empty one. Integer + and *
+// promote to real on overflow; / always gives a real; division by zero
+// and NaN results give invalid. Text that parses fully as a number acts
+// as that number; other text gives invalid.
+//
+// Thread-safety: a value is safe to read from several threads; writing
+// needs external synchronisation, as for any standard value type.
+#ifndef STATTREE_BOUNDARY_VARIANT_H_
+#define STATTREE_BOUNDARY_VARIANT_H_
+
+#include <string>
+
+namespace stattree {
+
+class Variant {
+ public:
+  enum class Kind : int { Empty, Integer, Real, Text, Invalid };
+
+  Variant() noexcept = default;
+  Variant(int value) noexcept;        // NOLINT(google-explicit-constructor)
+  Variant(long value) noexcept;       // NOLINT(google-explicit-constructor)
+  Variant(long long value) noexcept;  // NOLINT(google-explicit-constructor)
+  Variant(double value) noexcept;     // NOLINT(google-explicit-constructor)
+  Variant(const std::string& value);  // NOLINT(google-explicit-constructor)
+  Variant(const char* value);         // NOLINT(google-explicit-constructor)
+  Variant(const Variant& other) = default;
+  Variant(Variant&& other) noexcept = default;
+  Variant& operator=(const Variant& other) = default;
+  Variant& operator=(Variant&& other) noexcept = default;
+  virtual ~Variant() = default;
+
+  // An error / not-available value.
+  static Variant Invalid() noexcept;
+
+  Kind GetKind() const { return kind_; }
+  bool IsEmpty() const { return kind_ == Kind::Empty; }
+  // False only for an invalid value.
+  bool IsValid() const { return kind_ != Kind::Invalid; }
+  bool IsInteger() const { return kind_ == Kind::Integer; }
+  bool IsReal() const { return kind_ == Kind::Real; }
+  bool IsNumber() const { return IsInteger() || IsReal(); }
+  bool IsText() const { return kind_ == Kind::Text; }
+
+  // Typed getters: the stored content when the kind matches, else 0 / "".
+  long long GetInteger() const { return kind_ == Kind::Integer ? int_ : 0; }
+  double GetReal() const { return kind_ == Kind::Real ? real_ : 0.0; }
+  const std::string& GetText() const { return text_; }
+
+  void SetEmpty() noexcept;
+
+  // True when both text forms are byte-equal: 5, 5.0 and "5" are equivalent.
+  bool IsStringEquivalentTo(const Variant& other) const;
+
+  // Text form: "" for empty and invalid, decimal for integers, the shortest
+  // round-trip digits for reals ("2", "2.5", "1e+21", "1.5e-07"), the text
+  // itself for text.
+  operator std::string() const;  // NOLINT(google-explicit-constructor)
+  std::string ToString() const { return std::string(*this); }
+
+  // Numbers as themselves, numeric text parsed, anything else NaN.
+  explicit operator double() const;
+  double ToDouble() const { return static_cast<double>(*this); }
+
+  bool operator<(const Variant& other) const;
+  bool operator>(const Variant& other) const;
+  bool operator<=(const Variant& other) const;
+  bool operator>=(const Variant& other) const;
+  bool operator==(const Variant& other) const;
+  bool operator!=(const Variant& other) const { return !(*this == other); }
+
+  Variant operator+(const Variant& other) const;
+  Variant operator*(const Variant& other) const;
+  Variant operator/(const Variant& other) const;
+
+ private:
+  Kind kind_ = Kind::Empty;
+  long long int_ = 0;
+  double real_ = 0.0;
+  std::string text_;
+};
+
+}  // namespace stattree
+
+#endif  // STATTREE_BOUNDARY_VARIANT_H_

@@ -1,0 +1,32 @@
+#include "stattree/engine/error_reporting.h"
+
+#include "stattree/engine/error_table.h"
+
+namespace stattree {
+
+namespace {
+constexpr int kOutOfMemoryCode = 10001;
+}  // namespace
+
+ErrorManager& TheErrorManager() {
+  // Function-local so that hosts' static objects may report during their
+  // own static initialisation.
+  static ErrorManager manager(kErrorTable, "QK");
+  return manager;
+}
+
+std::string IndexDetail(int index, int bound) {
+  return std::to_string(index) + "," + std::to_string(bound);
+}
+
+bool IndexError(int code, int location, int index, int bound) {
+  TheErrorManager().Set(code, IndexDetail(index, bound));
+  return TheErrorManager().DumpCode(location);
+}
+
+bool OutOfMemoryError(int location) {
+  TheErrorManager().Set(kOutOfMemoryCode);
+  return TheErrorManager().DumpCode(location);
+}
+
+}  // namespace stattree

@@ -1,0 +1,27 @@
+// The one header a host includes: every public type of stattree.
+#ifndef STATTREE_STATTREE_H_
+#define STATTREE_STATTREE_H_
+
+// boundary
+#include "stattree/boundary/error_info.h"
+#include "stattree/boundary/error_manager.h"
+#include "stattree/boundary/field.h"
+#include "stattree/boundary/progress_manager.h"
+#include "stattree/boundary/record_error.h"
+#include "stattree/boundary/stats_record.h"
+#include "stattree/boundary/variant.h"
+
+// criteria
+#include "stattree/criteria/criteria_term.h"
+
+// definitions
+
+// statistics
+
+// results
+
+// engine
+#include "stattree/engine/error_reporting.h"
+#include "stattree/engine/error_table.h"
+
+#endif  // STATTREE_STATTREE_H_
