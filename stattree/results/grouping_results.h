@@ -1,0 +1,66 @@
+// GroupingResults: the records of one subset broken down by one grouping.
+//
+// Holds one StatsSet per grouping value combination met in the records, a
+// totals set fed with every record it is given, and a prototype set (the
+// grouping criteria clone and one unfed accumulator per statistic) from
+// which each new combination set is copied. Combinations are found by a
+// linear walk in first-met order; Finalize sorts them by their grouping
+// values, so indexes handed out before Finalize are stale after it.
+//
+// Ownership: everything is held by value and copied deeply.
+//
+// Thread-safety: none; one caller thread.
+#ifndef STATTREE_RESULTS_GROUPING_RESULTS_H_
+#define STATTREE_RESULTS_GROUPING_RESULTS_H_
+
+#include <map>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "stattree/boundary/stats_record.h"
+#include "stattree/results/stats_set.h"
+
+namespace stattree {
+
+class AlwaysPassCriteria;
+class Criteria;
+class StatsDefn;
+
+class GroupingResults {
+ public:
+  GroupingResults();
+  GroupingResults(const GroupingResults& other);
+  GroupingResults& operator=(const GroupingResults& other);
+  virtual ~GroupingResults();
+
+  // The caller keeps both objects; the prototype and the totals set store
+  // clones.
+  bool ConfigureCriteria(Criteria* groupingCriteria, AlwaysPassCriteria* totalsCriteria);
+  // Adds the statistic to the prototype and the totals set only.
+  bool AddNewStatsDefn(const StatsDefn& defn);
+  bool ProcessRecord(const StatsRecord& record);
+  // Finalizes and sorts the combination sets, then finalizes the totals.
+  void Finalize();
+
+  int GetGroupingsCount() const;
+  // Index 0 with no combination yet answers the never-fed prototype.
+  const StatsSet* GetGroupingStatsSet(int index) const;
+  const StatsSet* GetTotalsStatsSet() const { return &totals; }
+  // The prototype's own clone of the grouping criteria (may be null).
+  Criteria* GetCriteriaPrototype() { return prototype.GetCriteria(); }
+
+  // The dump of each combination set; totals and prototype are not dumped.
+  void DumpObject(std::ostream& os, const std::map<std::string, StatsDefn>& defns);
+
+ private:
+  void CopyDataMembers(const GroupingResults& other);
+
+  std::vector<StatsSet> groupings;
+  StatsSet prototype;
+  StatsSet totals;
+};
+
+}  // namespace stattree
+
+#endif  // STATTREE_RESULTS_GROUPING_RESULTS_H_

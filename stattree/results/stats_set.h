@@ -1,0 +1,87 @@
+// StatsSet: the statistics of one grouping value combination.
+//
+// A set holds one accumulator per statistic name, the grouping criteria
+// that tell which records belong to it, and the number of records it took.
+// A GroupingResults owns three kinds: one per combination met in the
+// records (a copy of the prototype bound to the first record's values), a
+// totals set (always-pass criteria) and the never-fed prototype.
+//
+// ProcessRecord feeds whatever it is given: the owner asks
+// RecordMeetsCriteria first. The count is raised before anything else, so
+// a failed ProcessRecord still counts the record.
+//
+// Ownership: the set owns its criteria clone and every accumulator; copies
+// are deep (Clone). Accumulator maps are ordered byte-wise by name.
+//
+// Failures are reported through TheErrorManager() (code at the detecting
+// site, then each caller's location) and answered with false or null.
+//
+// Thread-safety: none; one caller thread.
+#ifndef STATTREE_RESULTS_STATS_SET_H_
+#define STATTREE_RESULTS_STATS_SET_H_
+
+#include <map>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "stattree/boundary/stats_record.h"
+#include "stattree/boundary/variant.h"
+
+namespace stattree {
+
+class Criteria;
+class StatsDefn;
+class StatsResult;
+
+class StatsSet {
+ public:
+  StatsSet();
+  StatsSet(const StatsSet& other);
+  StatsSet& operator=(const StatsSet& other);
+  virtual ~StatsSet();
+
+  // Makes the accumulator for the definition's name; the first definition
+  // of a name wins (a later one answers true and changes nothing).
+  bool AddNewStatsDefn(const StatsDefn& defn);
+  // Stores a clone of `criteria`; the caller keeps its object. Meant to be
+  // called once: a second call replaces (and releases) the earlier clone.
+  bool ConfigureCriteria(Criteria* criteria);
+  // Binds the criteria to the record's values (first record of a
+  // combination).
+  bool SetGroupingValues(const StatsRecord& record);
+  // False without an error: the record belongs elsewhere. False with an
+  // error set: the test failed.
+  bool RecordMeetsCriteria(const StatsRecord& record);
+  bool ProcessRecord(const StatsRecord& record);
+  void Finalize();
+
+  bool GetResult(Variant& value, const std::string& name) const;
+  // Null (with an error set) for an unknown name; the set keeps ownership.
+  StatsResult* GetStatsResult(const std::string& name) const;
+  // The combination's values as text, one per grouping field; empty for an
+  // always-pass criteria.
+  bool GetCriteriaText(std::vector<std::string>& texts) const;
+  Criteria* GetCriteria() const { return groupingCriteria; }
+  int GetRecordsProcessed() const { return recordsProcessed; }
+
+  // Grouping values compared position by position; a set without criteria
+  // is equivalent to every set.
+  bool operator<(const StatsSet& other) const;
+
+  // One block per statistic, indented by 12 spaces; definitions give the
+  // subset and grouping field descriptions, the set the values.
+  void DumpObject(std::ostream& os, const std::map<std::string, StatsDefn>& defns);
+
+ private:
+  void CopyDataMembers(const StatsSet& other);
+  void DeleteDataMembers();
+
+  Criteria* groupingCriteria = nullptr;         // owned
+  std::map<std::string, StatsResult*> results;  // owned, never null
+  int recordsProcessed = 0;
+};
+
+}  // namespace stattree
+
+#endif  // STATTREE_RESULTS_STATS_SET_H_

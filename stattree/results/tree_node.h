@@ -1,0 +1,105 @@
+// TreeNode: one node of the results tree.
+//
+// The root accepts every record; every other node stands for one value of
+// the tree field of its level and holds a criteria that recognises the
+// records carrying it. Each non-empty node keeps its own statistics
+// (NodeResults). A node whose value has no text is empty: records pass
+// through it, it holds no statistics, and navigation skips it, so that its
+// children appear in its place as children of its nearest non-empty
+// ancestor (GetChildCount, GetChild, GetParent).
+//
+// Ownership: a node owns its criteria, its results and its children, and
+// points at its parent. Children are held through owning pointers, so a
+// node's address never changes while the tree grows: pointers obtained from
+// CreateChild or GetChild stay valid for the node's lifetime. Children keep
+// their creation order (new ones are appended); copies are deep and the
+// children of a copy point at the copy, while the copy keeps the source's
+// parent.
+//
+// Thread-safety: none; one caller thread.
+#ifndef STATTREE_RESULTS_TREE_NODE_H_
+#define STATTREE_RESULTS_TREE_NODE_H_
+
+#include <map>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "stattree/boundary/field.h"
+#include "stattree/boundary/stats_record.h"
+#include "stattree/results/node_results.h"
+
+namespace stattree {
+
+class Criteria;
+class StatsDefn;
+
+class TreeNode {
+ public:
+  // "[no name]": the name of every empty node.
+  static const std::string sEmptyNodeName;
+
+  TreeNode();
+  TreeNode(const TreeNode& other);
+  virtual ~TreeNode();
+  // Deep copy; assigning a node to itself does nothing. Returns nothing.
+  void operator=(const TreeNode& other);  // NOLINT(misc-unconventional-assign-operator)
+
+  void CopyDataMembers(const TreeNode& other);
+  // Drops criteria, children and results and clears the field; the parent
+  // pointer stays.
+  void DeleteDataMembers();
+
+  // The root's criteria: accepts every record.
+  bool CreateCriteriaForAllRecords();
+  // A single "=" term on `colNum` holding the record's value there.
+  bool CreateCriteria(int colNum, const StatsRecord& record);
+  Criteria* GetCriteria() const { return criteria; }
+
+  bool InitializeResults(const NodeResults& prototype);
+  void SetField(const Field& newField);
+  bool GetField(Field& out) const;
+
+  // A null record is refused (code 11120, location 11110).
+  bool ProcessRecord(const StatsRecord* record);
+  void Finalize();
+
+  void SetParent(TreeNode* newParent) { parent = newParent; }
+  // The nearest non-empty ancestor; null for the root.
+  TreeNode* GetParent();
+
+  // Finds the first child (creation order) whose criteria the record meets,
+  // or appends a new bare child (no criteria, field or results) and sets
+  // `created`.
+  bool CreateChild(TreeNode*& child, bool& created, const StatsRecord* record);
+  // The index-th visible child; `child` is left as it was on failure.
+  bool GetChild(TreeNode*& child, int index);
+  // Visible children: empty children are replaced by their own visible
+  // children, recursively.
+  int GetChildCount();
+
+  // "root" for the node whose field is named "Root", else the value's text,
+  // or sEmptyNodeName when that text is empty.
+  bool GetName(std::string& name) const;
+  // Also true for a node that cannot be named.
+  bool EmptyNode();
+
+  SubsetResults* GetSubsetResults(const std::string& name) const;
+
+  // The node's results only: no name, no children.
+  void DumpObject(std::ostream& os, const std::map<std::string, StatsDefn>& defns);
+
+ private:
+  bool FindIthChild(TreeNode*& child, int& counter, int index);
+
+  Criteria* criteria = nullptr;  // owned
+  NodeResults results;
+  Field field;
+  TreeNode* parent = nullptr;  // not owned
+  std::vector<std::unique_ptr<TreeNode>> children;
+};
+
+}  // namespace stattree
+
+#endif  // STATTREE_RESULTS_TREE_NODE_H_
