@@ -12,11 +12,20 @@
 #include "stattree/boundary/variant.h"
 
 // criteria
+#include "stattree/criteria/always_pass_criteria.h"
+#include "stattree/criteria/criteria.h"
+#include "stattree/criteria/criteria_set.h"
 #include "stattree/criteria/criteria_term.h"
+#include "stattree/criteria/multiple_criteria.h"
+#include "stattree/criteria/range_criteria.h"
+#include "stattree/criteria/single_criteria.h"
 
 // definitions
 
 // statistics
+#include "stattree/statistics/enum_result.h"
+#include "stattree/statistics/scalar_results.h"
+#include "stattree/statistics/stats_result.h"
 
 // results
 

@@ -1,0 +1,271 @@
+#include "stattree/statistics/enum_result.h"
+
+#include <climits>
+#include <cstdio>
+#include <memory>
+
+#include "stattree/criteria/criteria_set.h"
+#include "stattree/engine/error_reporting.h"
+
+namespace stattree {
+
+namespace {
+
+constexpr int kCriteriaConfigCode = 11430;
+constexpr int kInvalidIndexCode = 11440;
+
+// EnumResult
+constexpr int kLocProcessNoSet = 11420;
+constexpr int kLocProcessErrorHeld = 11450;
+constexpr int kLocProcessRead = 11451;
+constexpr int kLocProcessBadIndex = 11460;
+constexpr int kLocRecordIndex = 11470;
+constexpr int kLocGetEnumResult = 11480;
+constexpr int kLocValueTextNoSet = 11490;
+constexpr int kLocValueText = 11500;
+constexpr int kLocValueNoSet = 11502;
+constexpr int kLocValue = 11504;
+constexpr int kLocFindNoSet = 11510;
+constexpr int kLocFindText = 11520;
+constexpr int kLocConfigureNoSet = 11530;
+// EnumPercentResult
+constexpr int kLocPercentGetEnumResult = 11540;
+constexpr int kLocPercentProcess = 11550;
+
+constexpr const char* kResultLine = "            Result    :\r\n";
+constexpr const char* kNoSetLine = "            Error: There is no CriteriaSet!!\r\n";
+constexpr const char* kBinIndent = "                ";
+
+void AddOne(int& count) {
+  if (count < INT_MAX) ++count;
+}
+
+}  // namespace
+
+const std::string EnumResult::sNotAvailableText = "N/A";
+
+// EnumResult
+
+EnumResult& EnumResult::operator=(const EnumResult& other) {
+  if (this != &other) {
+    StatsResult::operator=(other);
+    criteriaSet = other.criteriaSet;
+    counters = other.counters;
+    notAvailableCount = other.notAvailableCount;
+  }
+  return *this;
+}
+
+StatsResult* EnumResult::Clone() {
+  auto copy = std::make_unique<EnumResult>(column);
+  *copy = *this;
+  return copy.release();
+}
+
+bool EnumResult::ProcessRecord(const StatsRecord& record) {
+  if (criteriaSet == nullptr) return CriteriaConfigError(kLocProcessNoSet);
+  // Virtual, so that the percent class learns whether the record matched.
+  const int index = GetRecordEnumIndex(record);
+  // Kept: any error held, even one left from an earlier operation, fails
+  // the record.
+  if (IsErrorSet()) return DumpLocation(kLocProcessErrorHeld);
+  const int binCount = GetEnumValueCount();
+  if (index != NoMatchIndex) {
+    if (index < 0 || index >= binCount) {
+      return InvalidIndexError(kLocProcessBadIndex, index, binCount);
+    }
+    counters[index] += 1.0F;
+    return true;
+  }
+  Variant value;
+  if (!ReadValue(value, record, kLocProcessRead)) return false;
+  // A non-empty value that matched no bin is counted nowhere.
+  if (value.IsEmpty()) AddOne(notAvailableCount);
+  return true;
+}
+
+bool EnumResult::GetResult(Variant& value) {
+  value = Variant(0);
+  return true;
+}
+
+void EnumResult::DumpObject(std::ostream& os) {
+  if (criteriaSet == nullptr) {
+    os << kNoSetLine;
+    return;
+  }
+  os << kResultLine;
+  const int binCount = GetEnumValueCount();
+  for (int i = 0; i < binCount; ++i) {
+    criteriaSet->DumpCriteriaValue(os, kBinIndent, i);
+    os << " : Count=" << static_cast<int>(counters[i]) << "\r\n";
+  }
+}
+
+bool EnumResult::GetEnumResult(Variant& value, int index) {
+  if (index == NotAvailableIndex) {
+    value = Variant(notAvailableCount);
+    return true;
+  }
+  if (index == NoMatchIndex) {
+    value = Variant(0);
+    return true;
+  }
+  const int binCount = GetEnumValueCount();
+  if (index < 0 || index >= binCount) {
+    return InvalidIndexError(kLocGetEnumResult, index, binCount);
+  }
+  value = Variant(static_cast<int>(counters[index]));
+  return true;
+}
+
+int EnumResult::GetRecordEnumIndex(const StatsRecord& record) {
+  int index = -1;
+  // Unreachable through ProcessRecord, which checks first; guards a direct
+  // call.
+  if (criteriaSet == nullptr) {
+    CriteriaConfigError(kLocRecordIndex);
+    return index;
+  }
+  if (!criteriaSet->RecordMeetsCriteria(index, record)) {
+    DumpLocation(kLocRecordIndex);
+    return index;
+  }
+  return index == -1 ? NoMatchIndex : index;
+}
+
+bool EnumResult::ConfigureCriteriaSet(CriteriaSet* set) {
+  if (set == nullptr) return CriteriaConfigError(kLocConfigureNoSet);
+  criteriaSet = set;
+  counters.insert(counters.end(), static_cast<size_t>(set->GetCriteriaCount()), 0.0F);
+  return true;
+}
+
+int EnumResult::GetEnumValueCount() const { return static_cast<int>(counters.size()); }
+
+bool EnumResult::GetEnumValue(std::string& text, int index, bool withOperator) const {
+  if (criteriaSet == nullptr) return CriteriaConfigError(kLocValueTextNoSet);
+  if (index == NoMatchIndex) {
+    text.clear();
+    return true;
+  }
+  // Kept: the not-available text is set, then the index is asked of the set
+  // like a bin, which refuses it; the caller gets false with "N/A" in hand.
+  if (index == NotAvailableIndex) text = sNotAvailableText;
+  if (!criteriaSet->GetCriteriaValueText(text, index, 0, withOperator)) {
+    return DumpLocation(kLocValueText);
+  }
+  return true;
+}
+
+bool EnumResult::GetEnumValue(Variant& value, int index) const {
+  if (criteriaSet == nullptr) return CriteriaConfigError(kLocValueNoSet);
+  if (index == NotAvailableIndex) {
+    value = Variant(sNotAvailableText);
+    return true;
+  }
+  if (index == NoMatchIndex) {
+    value = Variant(std::string());
+    return true;
+  }
+  if (!criteriaSet->GetCriteriaValue(value, index, 0)) return DumpLocation(kLocValue);
+  return true;
+}
+
+int EnumResult::FindEnumIndex(const std::string& text) const {
+  if (criteriaSet == nullptr) {
+    CriteriaConfigError(kLocFindNoSet);
+    return -1;
+  }
+  if (text == sNotAvailableText) return NotAvailableIndex;
+  const int binCount = criteriaSet->GetCriteriaCount();
+  for (int i = 0; i < binCount; ++i) {
+    std::string binText;
+    // A bin without text is reported and compared as it stands.
+    if (!criteriaSet->GetCriteriaValueText(binText, i, 0, false)) DumpLocation(kLocFindText);
+    if (text == binText) return i;
+  }
+  return NoMatchIndex;
+}
+
+bool EnumResult::CriteriaConfigError(int location) {
+  SetErrorCode(kCriteriaConfigCode);
+  return DumpLocation(location);
+}
+
+bool EnumResult::InvalidIndexError(int location, int index, int count) {
+  return IndexError(kInvalidIndexCode, location, index, count);
+}
+
+// EnumPercentResult
+
+EnumPercentResult& EnumPercentResult::operator=(const EnumPercentResult& other) {
+  if (this != &other) {
+    EnumResult::operator=(other);
+    total = other.total;
+  }
+  return *this;
+}
+
+StatsResult* EnumPercentResult::Clone() {
+  auto copy = std::make_unique<EnumPercentResult>(column);
+  *copy = *this;
+  return copy.release();
+}
+
+bool EnumPercentResult::ProcessRecord(const StatsRecord& record) {
+  if (!EnumResult::ProcessRecord(record)) return DumpLocation(kLocPercentProcess);
+  // Records of no bin, empty or not, stay outside the base.
+  if (matched) AddOne(total);
+  return true;
+}
+
+void EnumPercentResult::Finalize() {
+  if (total < 1 || criteriaSet == nullptr) return;
+  int binCount = criteriaSet->GetCriteriaCount();
+  if (binCount > GetEnumValueCount()) binCount = GetEnumValueCount();
+  for (int i = 0; i < binCount; ++i) {
+    counters[i] = static_cast<float>(counters[i] * 100.0 / total);
+  }
+}
+
+void EnumPercentResult::DumpObject(std::ostream& os) {
+  if (criteriaSet == nullptr) {
+    os << kNoSetLine;
+    return;
+  }
+  os << kResultLine;
+  const int binCount = GetEnumValueCount();
+  for (int i = 0; i < binCount; ++i) {
+    criteriaSet->DumpCriteria(os, kBinIndent, i);
+    // Wide enough for any float in "%0.2f" (at most 39 integer digits).
+    char percent[64];
+    std::snprintf(percent, sizeof percent, "%0.2f", static_cast<double>(counters[i]));
+    os << " : Percent = " << percent << "%\r\n";
+  }
+}
+
+bool EnumPercentResult::GetEnumResult(Variant& value, int index) {
+  if (index == NoMatchIndex) {
+    value = Variant(0);
+    return true;
+  }
+  const int binCount = GetEnumValueCount();
+  if (index < 0 || index >= binCount) {
+    return InvalidIndexError(kLocPercentGetEnumResult, index, binCount);
+  }
+  if (total < 1) {
+    value.SetEmpty();
+  } else {
+    value = Variant(static_cast<double>(counters[index]));
+  }
+  return true;
+}
+
+int EnumPercentResult::GetRecordEnumIndex(const StatsRecord& record) {
+  const int index = EnumResult::GetRecordEnumIndex(record);
+  matched = index != NoMatchIndex;
+  return index;
+}
+
+}  // namespace stattree

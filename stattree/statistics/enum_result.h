@@ -1,0 +1,135 @@
+// EnumResult and EnumPercentResult: the distribution accumulators.
+//
+// An EnumResult counts how many records fall into each bin of a
+// CriteriaSet: each value of an enumeration ("EnumCount") or each bin of a
+// histogram ("Histogram1"; its accumulator answers GetType with EnumCount).
+// EnumPercentResult ("EnumPercent") counts the same way and turns the
+// counts into percentages of the records that landed in any bin when it is
+// finalized.
+//
+// The criteria set is borrowed from the statistic's definition, which must
+// keep it alive and unchanged while the accumulator and its clones use it;
+// clones share it. Calling order: ConfigureCriteriaSet once, ProcessRecord
+// per record, Finalize once, then the queries and DumpObject. Until a set
+// is configured, ProcessRecord, both GetEnumValue and FindEnumIndex fail
+// with error 11430, GetEnumValueCount is 0 and GetEnumResult knows only the
+// two pseudo indexes.
+//
+// Two pseudo indexes are valid wherever an enumeration index is taken or
+// given: NoMatchIndex (the record matched no bin) and NotAvailableIndex
+// (empty values that matched no bin; text "N/A"). A non-empty value that
+// matches no bin is counted nowhere. The percent class has no
+// not-available entry: asking it for NotAvailableIndex is an index error.
+//
+// The counters are single-precision numbers, so a bin stops growing at
+// 16,777,216 records. Decided here: the not-available count and the
+// percentage base stop at INT_MAX instead of wrapping; Finalize scales at
+// most as many counters as exist.
+//
+// A failing ProcessRecord leaves the counters as they were. Thread-safety:
+// none; several accumulators may share one set read-only on one thread.
+#ifndef STATTREE_STATISTICS_ENUM_RESULT_H_
+#define STATTREE_STATISTICS_ENUM_RESULT_H_
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "stattree/boundary/stats_record.h"
+#include "stattree/boundary/variant.h"
+#include "stattree/definitions/stats_defn.h"
+#include "stattree/statistics/stats_result.h"
+
+namespace stattree {
+
+class CriteriaSet;
+
+class EnumResult : public StatsResult {
+ public:
+  static constexpr int NoMatchIndex = 10000;
+  static constexpr int NotAvailableIndex = 10001;
+  // "N/A", the text of NotAvailableIndex.
+  static const std::string sNotAvailableText;
+
+  explicit EnumResult(int column) : StatsResult(column) {}
+  // Copies the column, the counters, the set pointer (then shared) and the
+  // not-available count.
+  EnumResult& operator=(const EnumResult& other);
+
+  StatsResult* Clone() override;
+  bool ProcessRecord(const StatsRecord& record) override;
+  // Integer 0: the bins are read with GetEnumResult.
+  bool GetResult(Variant& value) override;
+  StatsDefn::StatsType GetType() override { return StatsDefn::EnumCount; }
+  bool IsEnum() override { return true; }
+  bool IsCountType() override { return true; }
+  void DumpObject(std::ostream& os) override;
+
+  // Bin `index` as an integer count (truncated), NotAvailableIndex as the
+  // not-available count, NoMatchIndex as 0; any other index is error 11440
+  // at 11480.
+  virtual bool GetEnumResult(Variant& value, int index);
+  // The record's bin, NoMatchIndex when none matched, -1 when the lookup
+  // failed (the error is then set).
+  virtual int GetRecordEnumIndex(const StatsRecord& record);
+
+  // Borrows `set` and appends one zero counter per bin; null is
+  // error 11430 at 11530. Meant to be called once: a second call appends a
+  // second series of counters.
+  bool ConfigureCriteriaSet(CriteriaSet* set);
+  int GetEnumValueCount() const;
+  // The text of bin `index` (with the operator in front when
+  // `withOperator`); NoMatchIndex gives "". NotAvailableIndex leaves "N/A"
+  // in `text` and then fails in the set like an out-of-range bin: false,
+  // with error 10645 and location 11500.
+  bool GetEnumValue(std::string& text, int index, bool withOperator) const;
+  // The value of bin `index` (a histogram bin's lower edge);
+  // NotAvailableIndex gives the text "N/A", NoMatchIndex the empty text.
+  bool GetEnumValue(Variant& value, int index) const;
+  // NotAvailableIndex for "N/A" (even when a bin has that text), else the
+  // first bin whose text is byte-equal, else NoMatchIndex; -1 with error
+  // 11430 when no set is configured.
+  int FindEnumIndex(const std::string& text) const;
+
+  // Error 11430, then `location`; false.
+  static bool CriteriaConfigError(int location);
+  // Error 11440 with "index,count", then `location`; false.
+  static bool InvalidIndexError(int location, int index, int count);
+
+ protected:
+  CriteriaSet* criteriaSet = nullptr;  // borrowed
+  // One per bin in the set's order; EnumPercentResult keeps percentages
+  // here after Finalize.
+  std::vector<float> counters;
+  int notAvailableCount = 0;
+};
+
+class EnumPercentResult : public EnumResult {
+ public:
+  explicit EnumPercentResult(int column) : EnumResult(column) {}
+  // As EnumResult's, plus the total; the transient matched flag is not
+  // copied.
+  EnumPercentResult& operator=(const EnumPercentResult& other);
+
+  StatsResult* Clone() override;
+  bool ProcessRecord(const StatsRecord& record) override;
+  // Counters become counter * 100 / total when total >= 1; a second call
+  // scales again.
+  void Finalize() override;
+  StatsDefn::StatsType GetType() override { return StatsDefn::EnumPercent; }
+  void DumpObject(std::ostream& os) override;
+
+  // Bin `index` as a double (the percentage after Finalize), or empty while
+  // no record landed in a bin; NoMatchIndex as integer 0; any other index,
+  // NotAvailableIndex included, is error 11440 at 11540.
+  bool GetEnumResult(Variant& value, int index) override;
+  int GetRecordEnumIndex(const StatsRecord& record) override;
+
+ private:
+  int total = 0;        // records that landed in a bin
+  bool matched = true;  // whether the last lookup found a bin
+};
+
+}  // namespace stattree
+
+#endif  // STATTREE_STATISTICS_ENUM_RESULT_H_

@@ -1,0 +1,256 @@
+#include "stattree/statistics/scalar_results.h"
+
+#include <climits>
+#include <cmath>
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace stattree {
+
+namespace {
+
+// Locations of a failed record read, one per class.
+constexpr int kLocCountValidRead = 11360;
+constexpr int kLocSumRead = 11370;
+constexpr int kLocMinRead = 11380;
+constexpr int kLocMaxRead = 11390;
+constexpr int kLocAverageRead = 11400;
+constexpr int kLocStdDevRead = 11410;
+
+constexpr const char* kResultLabel = "            Result    : ";
+
+void AddOne(int& count) {
+  if (count < INT_MAX) ++count;
+}
+
+bool IsUsable(const Variant& value) { return value.IsValid() && !value.IsEmpty(); }
+
+// Clone is a fresh object of the class given the source's state by its
+// assignment.
+template <typename Result>
+StatsResult* CloneOf(const Result& source, int column) {
+  auto copy = std::make_unique<Result>(column);
+  *copy = source;
+  return copy.release();
+}
+
+}  // namespace
+
+// CountResult
+
+CountResult& CountResult::operator=(const CountResult& other) {
+  if (this != &other) {
+    StatsResult::operator=(other);
+    count = other.count;
+  }
+  return *this;
+}
+
+StatsResult* CountResult::Clone() { return CloneOf(*this, column); }
+
+bool CountResult::ProcessRecord(const StatsRecord& /*record*/) {
+  AddOne(count);
+  return true;
+}
+
+bool CountResult::GetResult(Variant& value) {
+  value = Variant(count);
+  return true;
+}
+
+void CountResult::DumpObject(std::ostream& os) { os << kResultLabel << count; }
+
+// CountValidResult
+
+CountValidResult& CountValidResult::operator=(const CountValidResult& other) {
+  if (this != &other) {
+    StatsResult::operator=(other);
+    count = other.count;
+  }
+  return *this;
+}
+
+StatsResult* CountValidResult::Clone() { return CloneOf(*this, column); }
+
+bool CountValidResult::ProcessRecord(const StatsRecord& record) {
+  Variant value;
+  if (!ReadValue(value, record, kLocCountValidRead)) return false;
+  if (IsUsable(value)) AddOne(count);
+  return true;
+}
+
+bool CountValidResult::GetResult(Variant& value) {
+  value = Variant(count);
+  return true;
+}
+
+void CountValidResult::DumpObject(std::ostream& os) { os << kResultLabel << count; }
+
+// MinResult
+
+MinResult& MinResult::operator=(const MinResult& other) {
+  if (this != &other) {
+    StatsResult::operator=(other);
+    minimum = other.minimum;
+  }
+  return *this;
+}
+
+StatsResult* MinResult::Clone() { return CloneOf(*this, column); }
+
+bool MinResult::ProcessRecord(const StatsRecord& record) {
+  Variant value;
+  if (!ReadValue(value, record, kLocMinRead)) return false;
+  // No validity test: the Variant ordering alone lets the first value
+  // replace the empty start value.
+  if (value < minimum) minimum = std::move(value);
+  return true;
+}
+
+bool MinResult::GetResult(Variant& value) {
+  value = minimum;
+  return true;
+}
+
+void MinResult::DumpObject(std::ostream& os) { os << kResultLabel << std::string(minimum); }
+
+// MaxResult
+
+MaxResult& MaxResult::operator=(const MaxResult& other) {
+  if (this != &other) {
+    StatsResult::operator=(other);
+    maximum = other.maximum;
+  }
+  return *this;
+}
+
+StatsResult* MaxResult::Clone() { return CloneOf(*this, column); }
+
+bool MaxResult::ProcessRecord(const StatsRecord& record) {
+  Variant value;
+  if (!ReadValue(value, record, kLocMaxRead)) return false;
+  if (value > maximum) maximum = std::move(value);
+  return true;
+}
+
+bool MaxResult::GetResult(Variant& value) {
+  value = maximum;
+  return true;
+}
+
+void MaxResult::DumpObject(std::ostream& os) { os << kResultLabel << std::string(maximum); }
+
+// SumResult
+
+SumResult& SumResult::operator=(const SumResult& other) {
+  if (this != &other) {
+    StatsResult::operator=(other);
+    sum = other.sum;
+  }
+  return *this;
+}
+
+StatsResult* SumResult::Clone() { return CloneOf(*this, column); }
+
+bool SumResult::ProcessRecord(const StatsRecord& record) {
+  Variant value;
+  if (!ReadValue(value, record, kLocSumRead)) return false;
+  // Kept: only validity is tested, so an empty value is added too (unlike
+  // Average and StdDev).
+  if (value.IsValid()) sum = sum + value;
+  return true;
+}
+
+bool SumResult::GetResult(Variant& value) {
+  value = sum;
+  return true;
+}
+
+void SumResult::DumpObject(std::ostream& os) { os << kResultLabel << std::string(sum); }
+
+// AverageResult
+
+AverageResult& AverageResult::operator=(const AverageResult& other) {
+  if (this != &other) {
+    StatsResult::operator=(other);
+    sum = other.sum;
+    count = other.count;
+    average = other.average;
+  }
+  return *this;
+}
+
+StatsResult* AverageResult::Clone() { return CloneOf(*this, column); }
+
+bool AverageResult::ProcessRecord(const StatsRecord& record) {
+  Variant value;
+  if (!ReadValue(value, record, kLocAverageRead)) return false;
+  if (IsUsable(value)) {
+    sum = sum + value;
+    AddOne(count);
+  }
+  return true;
+}
+
+void AverageResult::Finalize() {
+  if (count > 0) average = sum / Variant(count);
+}
+
+bool AverageResult::GetResult(Variant& value) {
+  value = average;
+  return true;
+}
+
+void AverageResult::DumpObject(std::ostream& os) { os << kResultLabel << std::string(average); }
+
+// StdDevResult
+
+StdDevResult& StdDevResult::operator=(const StdDevResult& other) {
+  if (this != &other) {
+    StatsResult::operator=(other);
+    sum = other.sum;
+    sumOfSquares = other.sumOfSquares;
+    count = other.count;
+    result = other.result;
+  }
+  return *this;
+}
+
+StatsResult* StdDevResult::Clone() { return CloneOf(*this, column); }
+
+bool StdDevResult::ProcessRecord(const StatsRecord& record) {
+  Variant value;
+  if (!ReadValue(value, record, kLocStdDevRead)) return false;
+  if (IsUsable(value)) {
+    sum = sum + value;
+    AddOne(count);
+    sumOfSquares = sumOfSquares + value * value;
+  }
+  return true;
+}
+
+void StdDevResult::Finalize() {
+  if (count <= 0) return;
+  if (count == 1) {
+    result = Variant(0.0);
+    return;
+  }
+  const double s = static_cast<double>(sum);
+  const double q = static_cast<double>(sumOfSquares);
+  const double n = static_cast<double>(count);
+  // N*Q >= S*S holds mathematically; cancellation in doubles can break it,
+  // and a NaN sum fails the test too.
+  double deviation = 0.0;
+  if (s * s <= n * q) deviation = std::sqrt((n * q - s * s) / ((n - 1.0) * n));
+  result = Variant(deviation);
+}
+
+bool StdDevResult::GetResult(Variant& value) {
+  value = result;
+  return true;
+}
+
+void StdDevResult::DumpObject(std::ostream& os) { os << kResultLabel << std::string(result); }
+
+}  // namespace stattree

@@ -1,0 +1,46 @@
+#include "stattree/statistics/stats_result.h"
+
+#include "stattree/boundary/record_error.h"
+#include "stattree/engine/error_reporting.h"
+#include "stattree/statistics/enum_result.h"
+#include "stattree/statistics/scalar_results.h"
+
+namespace stattree {
+
+namespace {
+constexpr int kInvalidTypeCode = 11355;
+}  // namespace
+
+StatsResult* StatsResult::New(StatsDefn::StatsType type, int column) {
+  switch (type) {
+    case StatsDefn::Count:
+      return new CountResult(column);
+    case StatsDefn::CountValid:
+      return new CountValidResult(column);
+    case StatsDefn::Min:
+      return new MinResult(column);
+    case StatsDefn::Max:
+      return new MaxResult(column);
+    case StatsDefn::Sum:
+      return new SumResult(column);
+    case StatsDefn::Average:
+      return new AverageResult(column);
+    case StatsDefn::StdDev:
+      return new StdDevResult(column);
+    case StatsDefn::Histogram1:
+    case StatsDefn::EnumCount:
+      return new EnumResult(column);
+    case StatsDefn::EnumPercent:
+      return new EnumPercentResult(column);
+    default:
+      TheErrorManager().Set(kInvalidTypeCode, static_cast<int>(type));
+      return nullptr;
+  }
+}
+
+bool StatsResult::ReadValue(Variant& value, const StatsRecord& record, int location) const {
+  if (!record.GetValue(value, column)) return ReportStatisticRecordError(location, record);
+  return true;
+}
+
+}  // namespace stattree

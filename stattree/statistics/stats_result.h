@@ -1,0 +1,72 @@
+// StatsResult: the accumulator of one statistic over one stream of records.
+//
+// A StatsSet owns one accumulator per statistic definition and makes it
+// with StatsResult::New from the definition's type and field column. The
+// owner feeds it every record of its set (ProcessRecord), finalizes it once
+// after the last record (Finalize), then reads it (GetResult, DumpObject).
+// Further records after Finalize accumulate as before; a later Finalize
+// recomputes.
+//
+// The virtual operations keep their slot order (destructor, Clone,
+// ProcessRecord, Finalize, GetResult, GetType, IsEnum, IsCountType,
+// DumpObject); the enumeration accumulators append theirs after these. The
+// operations are non-const by interface.
+//
+// Failures go to TheErrorManager(): a failed record read is reported with
+// the statistic-side record error report and the class's location, and
+// ProcessRecord returns false leaving the accumulator unchanged. Every
+// other scalar operation always succeeds.
+//
+// Thread-safety: none; an accumulator is used by one thread at a time.
+#ifndef STATTREE_STATISTICS_STATS_RESULT_H_
+#define STATTREE_STATISTICS_STATS_RESULT_H_
+
+#include <ostream>
+
+#include "stattree/boundary/stats_record.h"
+#include "stattree/boundary/variant.h"
+#include "stattree/definitions/stats_defn.h"
+
+namespace stattree {
+
+class StatsResult {
+ public:
+  explicit StatsResult(int column) : column(column) {}
+  virtual ~StatsResult() = default;
+
+  // A deep copy on the heap, owned by the caller.
+  virtual StatsResult* Clone() = 0;
+  // True when the record was taken (also without effect); false with the
+  // reason in the error manager.
+  virtual bool ProcessRecord(const StatsRecord& record) = 0;
+  virtual void Finalize() {}
+  // Copies the current value into `result`.
+  virtual bool GetResult(Variant& value) = 0;
+  virtual StatsDefn::StatsType GetType() = 0;
+  virtual bool IsEnum() { return false; }
+  virtual bool IsCountType() { return false; }
+  virtual void DumpObject(std::ostream& os) = 0;
+
+  // Makes the accumulator of `type` reading `column`, owned by the caller.
+  // Histogram1 and EnumCount both make an EnumResult (so a histogram's
+  // accumulator answers GetType with EnumCount). Any other type outside
+  // Count..EnumPercent sets error 11355 with the type as detail and gives
+  // null.
+  static StatsResult* New(StatsDefn::StatsType type, int column);
+
+ protected:
+  StatsResult(const StatsResult& other) = default;
+  StatsResult& operator=(const StatsResult& other) = default;
+
+  // Reads this statistic's column of `record` into `value`. A failed read
+  // runs the statistic-side record error report with `location` and gives
+  // its answer (false).
+  bool ReadValue(Variant& value, const StatsRecord& record, int location) const;
+
+  // Column handed to StatsRecord::GetValue; -1 is passed on unchecked.
+  int column;
+};
+
+}  // namespace stattree
+
+#endif  // STATTREE_STATISTICS_STATS_RESULT_H_
