@@ -1,0 +1,223 @@
+#include "stattree/criteria/criteria_set.h"
+
+#include <utility>
+
+#include "stattree/criteria/range_criteria.h"
+#include "stattree/criteria/single_criteria.h"
+#include "stattree/engine/error_reporting.h"
+
+namespace stattree {
+
+namespace {
+
+constexpr int kInvalidSpecCode = 10785;
+
+constexpr int kLocEnumListColumn = 10780;
+constexpr int kLocEnumSetColumn = 10800;
+constexpr int kLocEnumSetRefused = 10830;
+constexpr int kLocWidthHistogramColumn = 10840;
+constexpr int kLocWidthHistogramNoBins = 10850;
+constexpr int kLocEdgeHistogramColumn = 10860;
+constexpr int kLocEdgeHistogramNoEdges = 10870;
+constexpr int kLocMeets = 10880;
+constexpr int kLocGetValueTerm = 10900;
+constexpr int kLocGetValueCriteria = 10910;
+constexpr int kLocGetTextTerm = 10920;
+constexpr int kLocGetTextCriteria = 10930;
+
+std::unique_ptr<Criteria> MakeSingle(int colNum, CriteriaOperator op, const Variant& value) {
+  auto single = std::make_unique<SingleCriteria>();
+  single->AddNewCriteria(CriteriaTerm{colNum, op, value});
+  return single;
+}
+
+std::unique_ptr<Criteria> MakeRange(int colNum, CriteriaOperator lowerOp, const Variant& lower,
+                                    CriteriaOperator upperOp, const Variant& upper) {
+  auto range = std::make_unique<RangeCriteria>();
+  range->AddNewCriteria(CriteriaTerm{colNum, lowerOp, lower});
+  range->AddNewCriteria(CriteriaTerm{colNum, upperOp, upper});
+  return range;
+}
+
+Variant OpenEdge() {
+  Variant edge;
+  edge.SetEmpty();
+  return edge;
+}
+
+}  // namespace
+
+CriteriaSet::CriteriaSet(const CriteriaSet& other) { CopyDataMembers(other); }
+
+CriteriaSet& CriteriaSet::operator=(const CriteriaSet& other) {
+  if (this != &other) {
+    DeleteDataMembers();
+    CopyDataMembers(other);
+  }
+  return *this;
+}
+
+CriteriaSet::~CriteriaSet() {
+  DeleteDataMembers();
+  criteriaList.clear();
+}
+
+void CriteriaSet::CopyDataMembers(const CriteriaSet& other) {
+  for (const auto& entry : other.criteriaList) {
+    if (entry) criteriaList.emplace_back(entry->Clone());
+  }
+}
+
+// Kept: the entries stay in place (as nulls, which every operation skips),
+// so an assigned-onto set still counts them.
+void CriteriaSet::DeleteDataMembers() {
+  for (auto& entry : criteriaList) entry.reset();
+}
+
+const Criteria* CriteriaSet::EntryAt(int index) const {
+  if (index < 0 || index >= GetCriteriaCount()) return nullptr;
+  return criteriaList[index].get();
+}
+
+bool CriteriaSet::CreateEnum(const std::vector<std::string>& values, int colNum) {
+  if (colNum == -1) return Criteria::InvalidColumnError(kLocEnumListColumn, -1);
+  for (const std::string& value : values) {
+    // Kept: the answer is not looked at; the column was checked above.
+    criteriaList.push_back(MakeSingle(colNum, Equal, Variant(value)));
+  }
+  return true;
+}
+
+bool CriteriaSet::CreateEnum(const std::set<std::string>& values, int colNum) {
+  if (colNum == -1) return Criteria::InvalidColumnError(kLocEnumSetColumn, colNum);
+  for (const std::string& value : values) {
+    auto single = std::make_unique<SingleCriteria>();
+    if (!single->AddNewCriteria(CriteriaTerm{colNum, Equal, Variant(value)})) {
+      return DumpLocation(kLocEnumSetRefused);
+    }
+    criteriaList.push_back(std::move(single));
+  }
+  return true;
+}
+
+bool CriteriaSet::CreateHistogram(const Variant& start, const Variant& width, int binCount,
+                                  int colNum) {
+  if (colNum == -1) return Criteria::InvalidColumnError(kLocWidthHistogramColumn, colNum);
+  if (binCount < 1) return InvalidSpecError(kLocWidthHistogramNoBins);
+  criteriaList.push_back(MakeRange(colNum, GreaterEqual, OpenEdge(), Less, start));
+  Variant edge = start;
+  for (int i = 0; i < binCount; ++i) {
+    Variant next = edge + width;
+    criteriaList.push_back(MakeRange(colNum, GreaterEqual, edge, Less, next));
+    edge = next;
+  }
+  criteriaList.push_back(MakeRange(colNum, GreaterEqual, edge, Less, OpenEdge()));
+  return true;
+}
+
+bool CriteriaSet::CreateHistogram(const std::vector<Variant>& edges, HistogramBinLogic logic,
+                                  int colNum) {
+  if (colNum == -1) return Criteria::InvalidColumnError(kLocEdgeHistogramColumn, -1);
+  if (edges.empty()) return InvalidSpecError(kLocEdgeHistogramNoEdges);
+  const bool lowerInclusive = logic == LowerEdgeInclusive;
+  const CriteriaOperator firstOp = lowerInclusive ? Less : LessEqual;
+  const CriteriaOperator lowerOp = lowerInclusive ? GreaterEqual : Greater;
+  const CriteriaOperator upperOp = lowerInclusive ? Less : LessEqual;
+  const CriteriaOperator lastOp = lowerInclusive ? GreaterEqual : Greater;
+  criteriaList.push_back(MakeSingle(colNum, firstOp, edges.front()));
+  for (size_t i = 1; i < edges.size(); ++i) {
+    criteriaList.push_back(MakeRange(colNum, lowerOp, edges[i - 1], upperOp, edges[i]));
+  }
+  criteriaList.push_back(MakeSingle(colNum, lastOp, edges.back()));
+  return true;
+}
+
+bool CriteriaSet::RecordMeetsCriteria(int& index, const StatsRecord& record) {
+  index = -1;
+  for (int i = 0; i < GetCriteriaCount(); ++i) {
+    const Criteria* entry = criteriaList[i].get();
+    if (entry == nullptr) continue;
+    if (entry->RecordMeetsCriteria(record)) {
+      index = i;
+      return true;
+    }
+    if (IsErrorSet()) return DumpLocation(kLocMeets);
+  }
+  return true;
+}
+
+int CriteriaSet::GetCriteriaCount() const { return static_cast<int>(criteriaList.size()); }
+
+int CriteriaSet::GetCriteriaValueCount() const {
+  if (criteriaList.empty() || !criteriaList.front()) return 0;
+  return criteriaList.front()->GetCriteriaCount();
+}
+
+bool CriteriaSet::GetCriteriaValue(Variant& value, int criteriaIndex, int valueIndex) const {
+  const int count = GetCriteriaCount();
+  if (criteriaIndex < 0 || criteriaIndex >= count) {
+    return Criteria::InvalidIndexError(kLocGetValueCriteria, criteriaIndex, count);
+  }
+  const int valueCount = GetCriteriaValueCount();
+  const Criteria* entry = criteriaList[criteriaIndex].get();
+  if (valueIndex < 0 || valueIndex >= valueCount || entry == nullptr ||
+      !entry->GetCriteriaValue(value, valueIndex)) {
+    return Criteria::InvalidIndexError(kLocGetValueTerm, valueIndex, valueCount);
+  }
+  return true;
+}
+
+bool CriteriaSet::GetCriteriaValueText(std::string& text, int criteriaIndex, int valueIndex,
+                                       bool withOperator) const {
+  const int count = GetCriteriaCount();
+  const int valueCount = GetCriteriaValueCount();
+  // Kept: a bad term index is reported with the criteria index and count.
+  if (criteriaIndex < 0 || criteriaIndex >= count || valueIndex < 0 || valueIndex >= valueCount) {
+    return Criteria::InvalidIndexError(kLocGetTextCriteria, criteriaIndex, count);
+  }
+  const Criteria* entry = criteriaList[criteriaIndex].get();
+  if (entry == nullptr || !entry->GetCriteriaText(text, valueIndex, withOperator)) {
+    return Criteria::InvalidIndexError(kLocGetTextTerm, valueIndex, valueCount);
+  }
+  return true;
+}
+
+bool CriteriaSet::InvalidSpecError(int location) {
+  SetErrorCode(kInvalidSpecCode);
+  return DumpLocation(location);
+}
+
+void CriteriaSet::DumpCriteraValues(std::ostream& out, const char* prefix, bool oneLine) {
+  const char* text = prefix != nullptr ? prefix : "";
+  out << text;
+  for (int i = 0; i < GetCriteriaCount(); ++i) {
+    const Criteria* entry = criteriaList[i].get();
+    if (entry == nullptr) continue;
+    // The separator goes by position, not by how many bins were written.
+    if (oneLine) {
+      if (i > 0) out << ", ";
+      entry->DumpCriteriaValue(out, "");
+    } else {
+      if (i > 0) out << "\r\n";
+      entry->DumpCriteriaValue(out, text);
+    }
+  }
+}
+
+void CriteriaSet::DumpObject(std::ostream& out, const char* indent) {
+  for (const auto& entry : criteriaList) {
+    if (!entry) continue;
+    entry->DumpObject(out, indent);
+    out << "\r\n";
+  }
+}
+
+void CriteriaSet::DumpCriteria(std::ostream& out, const char* indent, int index) {
+  if (const Criteria* entry = EntryAt(index)) entry->DumpObject(out, indent);
+}
+
+void CriteriaSet::DumpCriteriaValue(std::ostream& out, const char* indent, int index) {
+  if (const Criteria* entry = EntryAt(index)) entry->DumpCriteriaValue(out, indent);
+}
+
+}  // namespace stattree

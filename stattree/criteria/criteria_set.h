@@ -1,0 +1,97 @@
+// CriteriaSet: an ordered list of criteria that sorts a record into one of
+// several bins, the values of an enumeration or the bins of a histogram.
+// The bin of a record is the first criteria in list order that it meets.
+//
+// A statistic definition builds its set with CreateEnum or CreateHistogram
+// (each appends to what the list holds, never clears it); the enumeration
+// accumulators borrow it read-only to find, count and name bins.
+//
+// Ownership: the set owns every criteria in its list; copies clone them.
+// Entries may be null and every operation skips them. DeleteDataMembers
+// destroys the criteria but keeps the entries (as nulls), so a set that is
+// assigned onto keeps its former entry count ahead of the copied bins;
+// assignment is meant for freshly constructed sets.
+//
+// Errors: 10595 for a column of -1, 10785 for a histogram without bins,
+// 10645 for an index out of range, each with the location of the failing
+// operation.
+//
+// Thread-safety: none.
+#ifndef STATTREE_CRITERIA_CRITERIA_SET_H_
+#define STATTREE_CRITERIA_CRITERIA_SET_H_
+
+#include <memory>
+#include <ostream>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "stattree/boundary/stats_record.h"
+#include "stattree/boundary/variant.h"
+#include "stattree/criteria/criteria.h"
+#include "stattree/criteria/criteria_term.h"
+
+namespace stattree {
+
+class CriteriaSet {
+ public:
+  CriteriaSet() = default;
+  CriteriaSet(const CriteriaSet& other);
+  // Releases, then copies; assigning a set to itself does nothing.
+  CriteriaSet& operator=(const CriteriaSet& other);
+  ~CriteriaSet();
+
+  // One single "=" criteria per value, in the vector's order, duplicates
+  // included. Column -1 fails (10595 at 10780).
+  bool CreateEnum(const std::vector<std::string>& values, int colNum);
+  // One single "=" criteria per value, in ascending byte-wise order. Column
+  // -1 fails (10595 at 10800).
+  bool CreateEnum(const std::set<std::string>& values, int colNum);
+  // binCount + 2 bins: below start, binCount bins [start + (i-1)*width,
+  // start + i*width), then at or above start + binCount*width.
+  bool CreateHistogram(const Variant& start, const Variant& width, int binCount, int colNum);
+  // edges.size() + 1 bins between consecutive edges; `logic` says which
+  // edge of a bin is inclusive (any value but LowerEdgeInclusive acts as
+  // UpperEdgeInclusive). The edges are not checked for order.
+  bool CreateHistogram(const std::vector<Variant>& edges, HistogramBinLogic logic, int colNum);
+
+  // `index` becomes the position of the first criteria the record meets, or
+  // -1 when none does (still true). False only when a test failed with an
+  // error held.
+  bool RecordMeetsCriteria(int& index, const StatsRecord& record);
+
+  // Number of list entries.
+  int GetCriteriaCount() const;
+  // Number of terms of the first criteria (all are assumed alike).
+  int GetCriteriaValueCount() const;
+  bool GetCriteriaValue(Variant& value, int criteriaIndex, int valueIndex) const;
+  // A bad term index is reported with the criteria index and count (10930),
+  // unlike GetCriteriaValue, which reports the term index (10900).
+  bool GetCriteriaValueText(std::string& text, int criteriaIndex, int valueIndex,
+                            bool withOperator) const;
+
+  // Error 10785, then `location`; false.
+  static bool InvalidSpecError(int location);
+
+  // The prefix (null means empty), then each bin's short form: one-line
+  // separates by ", "; multi-line by "\r\n", repeating the prefix before
+  // each bin, so the first line carries it twice.
+  void DumpCriteraValues(std::ostream& out, const char* prefix, bool oneLine);
+  // Each bin's DumpObject after `indent`, each ended by "\r\n".
+  void DumpObject(std::ostream& out, const char* indent);
+  // One bin's DumpObject; nothing for a bad index.
+  void DumpCriteria(std::ostream& out, const char* indent, int index);
+  // One bin's DumpCriteriaValue; nothing for a bad index.
+  void DumpCriteriaValue(std::ostream& out, const char* indent, int index);
+
+ private:
+  void CopyDataMembers(const CriteriaSet& other);
+  void DeleteDataMembers();
+  const Criteria* EntryAt(int index) const;
+
+  std::vector<std::unique_ptr<Criteria>> criteriaList;
+};
+
+}  // namespace stattree
+
+#endif  // STATTREE_CRITERIA_CRITERIA_SET_H_
