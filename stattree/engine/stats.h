@@ -1,0 +1,176 @@
+// Stats: the engine. A host derives from it, implements the three
+// record-source operations, configures it with named statistic
+// definitions and tree fields, runs ProcessRecords, then walks the results
+// tree with the cursor and reads results.
+//
+// Calling order: construct with the host's StatsRecord; optionally
+// InitError; Configure(&definitions, treeFields); ProcessRecords(progress);
+// MoveToRootNode / MoveToChild / MoveToParent / MoveToStatsResult and the
+// queries; Reset to start over.
+//
+// Ownership: Stats owns its tree fields, the whole tree and its prototype
+// results. It borrows the host's record and the host's definitions map,
+// which the host keeps alive and unchanged while the engine uses them.
+// Node pointers stay valid while the tree grows (children are held through
+// owning pointers), so the cursor never dangles.
+//
+// Errors: every failure is stored in the one process-wide error manager
+// (a code, then the location of every operation it passed through) and the
+// operation answers false, null, 0 or -1. Errors stay set until ClearError;
+// several operations consult IsErrorSet, so clear before an operation whose
+// outcome you want to judge.
+//
+// Thread-safety: none. The error manager is shared by every engine in the
+// process; a host using engines on several threads serialises every call.
+#ifndef STATTREE_ENGINE_STATS_H_
+#define STATTREE_ENGINE_STATS_H_
+
+#include <fstream>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "stattree/boundary/error_info.h"
+#include "stattree/boundary/field.h"
+#include "stattree/boundary/progress_manager.h"
+#include "stattree/boundary/stats_record.h"
+#include "stattree/boundary/variant.h"
+#include "stattree/definitions/stats_defn.h"
+#include "stattree/engine/error_table.h"
+#include "stattree/results/node_results.h"
+#include "stattree/results/tree_node.h"
+
+namespace stattree {
+
+class EnumResult;
+class GroupingResults;
+class StatsResult;
+
+class Stats {
+ public:
+  enum StatsState : int {
+    NotConfigured = 0,
+    Configured = 1,
+    DefinitionsProcessed = 2,
+    Finalizing = 3,
+    ProcessingDone = 4,
+    AtTreeNode = 5,
+    AtStatsResult = 6,
+  };
+
+  // The library's error rows (40: 39 rows and a terminating row of code 0).
+  static const ErrorInfo (&sErrorInfoTable)[kErrorTableRows];
+
+  explicit Stats(StatsRecord* record);
+  // Shares the record and the definitions with `other` and deep-copies the
+  // tree. The cursor is copied as it is: navigate a copy only after
+  // MoveToRootNode.
+  Stats(const Stats& other);
+  Stats& operator=(const Stats&) = delete;
+  virtual ~Stats();
+
+  // Record source, implemented by the host; called only from ProcessRecords.
+  // On a read failure the host sets an error (e.g. SetError) and answers
+  // false.
+  virtual bool MoveToFirstRecord() = 0;
+  virtual bool MoveToNextRecord() = 0;
+  // Only used as the progress total.
+  virtual int GetRecordCount() = 0;
+
+  // Ends navigation and forgets the definitions. The tree fields and the
+  // root's nodes are kept on purpose: configuring again appends the fields
+  // once more, and the root's criteria then reports 11070.
+  void Reset();
+  bool Configure(const std::map<std::string, StatsDefn>* definitions,
+                 const std::vector<Field>& treeFields);
+  // Cancelling through `progress` returns false without setting an error;
+  // the records so far stay accumulated and a later call adds on top.
+  bool ProcessRecords(ProgressManager* progress = nullptr);
+
+  // Visible nodes: the root and every non-empty node. Works in any state.
+  int GetNodeCount();
+  bool StateIs(StatsState value) const { return state == value; }
+  bool StateIsNot(StatsState value) const { return state != value; }
+
+  // Cursor.
+  bool MoveToRootNode();
+  bool MoveToParent();
+  bool MoveToChild(int childIndex);
+  bool MoveToStatsResult(const std::string& name);
+
+  // Node queries.
+  int GetChildCount() const;
+  bool GetChildName(std::string& name, int childIndex) const;
+  bool GetNodeName(std::string& name) const;
+  bool GetNodeField(std::string& fieldName) const;
+
+  // Result queries: need a selected statistic (AtStatsResult).
+  int GetRecordsProcessed(int comboIndex) const;
+  int GetTotalGroupingRecordsProcessed() const;
+  bool GetResult(Variant& result, int comboIndex) const;
+  bool GetGroupingTotal(Variant& result) const;
+  int GetGroupingValueCount() const;
+  bool GetGroupingValueCombo(std::vector<std::string>& values, int comboIndex) const;
+  bool GetGroupingValue(std::string& value, int comboIndex, int fieldIndex) const;
+  bool GetGroupingField(std::string& fieldName, int fieldIndex) const;
+  int GetGroupingFieldCount() const;
+  bool GetSubsetField(std::string& fieldName, int fieldIndex) const;
+  bool GetSubsetFieldValue(Variant& value, int fieldIndex) const;
+  int GetSubsetFieldCount() const;
+  bool GetCurrentStatsField(std::string& fieldName) const;
+  bool GetCurrentStatsType(std::string& typeName) const;
+
+  // Enumeration queries (EnumCount, EnumPercent, Histogram1).
+  bool IsEnum() const;
+  bool GetEnumValueCount(int& count, int comboIndex) const;
+  bool GetEnumResult(Variant& result, int valueIndex, int comboIndex) const;
+  bool GetEnumGroupingTotal(Variant& result, int valueIndex) const;
+  int FindEnumIndex(const std::string& valueText) const;
+  bool GetEnumValue(std::string& text, int valueIndex, int comboIndex, bool withOperator) const;
+  bool GetEnumValue(Variant& value, int valueIndex, int comboIndex) const;
+
+  // The process-wide error manager, for hosts.
+  static void InitError(std::ofstream* stream);
+  static bool IsErrorSet();
+  static bool GetError(int& code, int& second, std::string& message, bool& flag);
+  static void SetError(int code, int second, const std::string& message, bool flag);
+  static void ClearError();
+  // The integer or text detail of the current error ("" when none).
+  static std::string GetErrorDetail();
+  // Locations recorded since the last Set or ClearError, oldest first.
+  static std::vector<int> GetErrorLocations();
+
+ private:
+  void SetState(StatsState value) { state = value; }
+  bool ProcessStatsDefinitions();
+  bool ProcessRecordRecursively(TreeNode* node, int depth);
+  bool FinalizeRecursively(TreeNode* node);
+  void NodeCountRecursively(TreeNode* node, int& count);
+  int GetTreeDepth() const;
+  bool GetTreeNodeField(Field& field, int level) const;
+
+  void ClearCurrentResultsPointer();
+  const StatsDefn* GetStatsDefn(const std::string& name) const;
+  const StatsDefn* GetCurrentStatsDefn() const;
+  StatsResult* GetStatsResultObject(int comboIndex) const;
+  EnumResult* GetEnumResultsObject(int comboIndex) const;
+  EnumResult* GetEnumTotalsObject() const;
+
+  bool WrongStateError(int location) const;
+  bool InvalidIndexError(int location, int index, int bound) const;
+  bool NullTreeNodeError(int location) const;
+
+  StatsRecord* record;
+  const std::map<std::string, StatsDefn>* definitions = nullptr;
+  std::vector<Field> treeFields;
+  TreeNode root;
+  NodeResults prototypeResults;
+  TreeNode* currentNode = nullptr;
+  std::string currentStatsName;
+  GroupingResults* currentGroupingResults = nullptr;
+  StatsState state = NotConfigured;
+};
+
+}  // namespace stattree
+
+#endif  // STATTREE_ENGINE_STATS_H_
