@@ -1,0 +1,67 @@
+#include "tools/stattree/byte_source.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+namespace stattree {
+namespace cli {
+
+FileSource::~FileSource() {
+  if (ownsFd_ && fd_ >= 0) close(fd_);
+}
+
+bool FileSource::Open(const std::string& path) {
+  if (path == "-") {
+    fd_ = STDIN_FILENO;
+    ownsFd_ = false;
+  } else {
+    fd_ = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd_ < 0) {
+      error_ = std::strerror(errno);
+      return false;
+    }
+    ownsFd_ = true;
+  }
+  struct stat info;
+  if (fstat(fd_, &info) == 0) {
+    if (S_ISDIR(info.st_mode)) {
+      error_ = "is a directory";
+      return false;
+    }
+    if (S_ISREG(info.st_mode)) size_ = static_cast<long long>(info.st_size);
+  }
+  return true;
+}
+
+long FileSource::Read(char* buffer, std::size_t size) {
+  if (fd_ < 0) {
+    error_ = "not open";
+    return -1;
+  }
+  for (;;) {
+    const ssize_t n = read(fd_, buffer, size);
+    if (n >= 0) return static_cast<long>(n);
+    if (errno != EINTR) {
+      error_ = std::strerror(errno);
+      return -1;
+    }
+    // Ctrl-C while waiting on a terminal or a pipe: stop reading; the
+    // caller sees the cancel flag and discards what it has.
+    if (cancel_ != nullptr && *cancel_ != 0) return 0;
+  }
+}
+
+long MemorySource::Read(char* buffer, std::size_t size) {
+  const std::size_t n = std::min({size, chunk_, size_ - position_});
+  if (n > 0) std::memcpy(buffer, data_ + position_, n);
+  position_ += n;
+  return static_cast<long>(n);
+}
+
+}  // namespace cli
+}  // namespace stattree

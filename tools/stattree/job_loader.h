@@ -1,0 +1,60 @@
+// JobLoader: reads a job file (JSON) into a Job and checks it against the
+// header of a CSV file.
+//
+// Job file:
+//   { "tree": ["region", "year"],
+//     "statistics": {
+//       "Revenue": { "type": "Sum", "field": "amount",
+//                    "grouping": { "name": "by channel", "fields": ["channel"] },
+//                    "subset": { "name": "2023", "where": { "year": 2023 } } },
+//       "Channels": { "type": "EnumCount", "field": "channel",
+//                     "values": ["Online", "Retail"] },
+//       "Prices": { "type": "Histogram1", "field": "unit_price",
+//                   "histogram": { "start": 0, "width": 50, "count": 4 } } } }
+// "tree" is optional (default: no levels below the root); "description"
+// is allowed at the top level and in a statistic. A grouping or subset
+// without a name is named after its fields ("channel", "year=2023").
+//
+// Every problem is reported, not only the first, as "<JSON pointer>:
+// <what is wrong and what was expected>"; the caller prefixes the file
+// name. Warnings (a spec that the statistic's type does not use) go to
+// Job::warnings and the spec is ignored.
+//
+// Stateless; safe to call from any thread.
+#ifndef STATTREE_TOOLS_JOB_LOADER_H_
+#define STATTREE_TOOLS_JOB_LOADER_H_
+
+#include <string>
+#include <vector>
+
+#include "tools/stattree/job.h"
+
+namespace stattree {
+namespace cli {
+
+class JobLoader {
+ public:
+  // The statistic type names the engine knows, in the order of their
+  // values.
+  static const std::vector<std::string>& TypeNames();
+  static bool UsesValues(const std::string& type);
+  static bool UsesHistogram(const std::string& type);
+
+  // Reads and parses a file; a read failure is one error without a pointer.
+  static bool Load(Job& job, std::vector<std::string>& errors, const std::string& path);
+  static bool Parse(Job& job, std::vector<std::string>& errors, const std::string& text);
+  // Fills the column numbers from the header; errors for unknown and
+  // ambiguous (repeated in the header) column names.
+  static bool Resolve(Job& job, std::vector<std::string>& errors,
+                      const std::vector<std::string>& header);
+
+  // "a, b, c" with each name quoted.
+  static std::string QuotedList(const std::vector<std::string>& names);
+  // RFC 6901 escaping of one reference token.
+  static std::string PointerToken(const std::string& token);
+};
+
+}  // namespace cli
+}  // namespace stattree
+
+#endif  // STATTREE_TOOLS_JOB_LOADER_H_
