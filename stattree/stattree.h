@@ -28,6 +28,11 @@
 #include "stattree/statistics/stats_result.h"
 
 // results
+#include "stattree/results/grouping_results.h"
+#include "stattree/results/node_results.h"
+#include "stattree/results/stats_set.h"
+#include "stattree/results/subset_results.h"
+#include "stattree/results/tree_node.h"
 
 // engine
 #include "stattree/engine/error_reporting.h"

@@ -39,6 +39,10 @@ class StatsSet {
   StatsSet();
   StatsSet(const StatsSet& other);
   StatsSet& operator=(const StatsSet& other);
+  // Moves hand the criteria and accumulators over and leave `other` empty;
+  // they let the combination vector grow and sort without deep copies.
+  StatsSet(StatsSet&& other) noexcept;
+  StatsSet& operator=(StatsSet&& other) noexcept;
   virtual ~StatsSet();
 
   // Makes the accumulator for the definition's name; the first definition

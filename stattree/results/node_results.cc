@@ -1,0 +1,74 @@
+#include "stattree/results/node_results.h"
+
+#include "stattree/definitions/stats_defn.h"
+#include "stattree/engine/error_reporting.h"
+
+namespace stattree {
+
+namespace {
+
+constexpr int kErrNoSubsetCriteria = 11030;
+constexpr int kLocNewSubsetDefn = 11040;
+constexpr int kLocKnownSubsetDefn = 11050;
+constexpr int kLocSubsetRecord = 11060;
+
+}  // namespace
+
+NodeResults::NodeResults() = default;
+
+NodeResults::NodeResults(const NodeResults& other) { CopyDataMembers(other); }
+
+NodeResults& NodeResults::operator=(const NodeResults& other) {
+  if (this != &other) CopyDataMembers(other);
+  return *this;
+}
+
+NodeResults::~NodeResults() = default;
+
+void NodeResults::CopyDataMembers(const NodeResults& other) { subsets = other.subsets; }
+
+bool NodeResults::AddNewStatsDefn(const StatsDefn& defn) {
+  const std::string& name = defn.GetSubsetName();
+  auto found = subsets.find(name);
+  if (found != subsets.end()) {
+    // The subset keeps the criteria of the definition that brought it.
+    if (!found->second.AddNewStatsDefn(defn)) return DumpLocation(kLocKnownSubsetDefn);
+    return true;
+  }
+  SubsetResults subset;
+  Criteria* subsetCriteria = defn.GetSubsetCriteria();
+  if (subsetCriteria == nullptr) return SetErrorCode(kErrNoSubsetCriteria);
+  subset.ConfigureCriteria(subsetCriteria);
+  if (!subset.AddNewStatsDefn(defn)) return DumpLocation(kLocNewSubsetDefn);
+  subsets.emplace(name, subset);
+  return true;
+}
+
+bool NodeResults::ProcessRecord(const StatsRecord& record) {
+  for (auto& entry : subsets) {
+    if (!entry.second.ProcessRecord(record)) return DumpLocation(kLocSubsetRecord);
+  }
+  return true;
+}
+
+void NodeResults::Finalize() {
+  for (auto& entry : subsets) entry.second.Finalize();
+}
+
+void NodeResults::ClearResults() { subsets.clear(); }
+
+SubsetResults* NodeResults::GetSubsetResults(const std::string& name) const {
+  auto found = subsets.find(name);
+  if (found == subsets.end()) return nullptr;
+  // The owner hands out its results for the engine's cursor to read.
+  return const_cast<SubsetResults*>(&found->second);
+}
+
+void NodeResults::DumpObject(std::ostream& os, const std::map<std::string, StatsDefn>& defns) {
+  for (auto& entry : subsets) {
+    os << "    Subset: " << (entry.first.empty() ? "all records" : entry.first) << "\r\n";
+    entry.second.DumpObject(os, defns);
+  }
+}
+
+}  // namespace stattree

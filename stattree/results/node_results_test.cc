@@ -1,0 +1,104 @@
+#include "stattree/results/node_results.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <sstream>
+#include <string>
+
+#include "stattree/results/results_test_util.h"
+
+namespace stattree {
+namespace {
+
+using testing::Defn;
+using testing::Grouped;
+using testing::MapRecord;
+
+class NodeResultsTest : public testing::ResultsTest {};
+
+TEST_F(NodeResultsTest, SameSubsetNameKeepsTheFirstSubsetCriteria) {
+  StatsDefn first = Defn("A", Field{"Amount", 3}, StatsDefn::Count);
+  testing::AddSubset(first, "S", Field{"Region", 5}, Variant("North"));
+  StatsDefn second = Defn("B", Field{"Amount", 3}, StatsDefn::Count);
+  testing::AddSubset(second, "S", Field{"Region", 5}, Variant("South"));
+  NodeResults results;
+  ASSERT_TRUE(results.AddNewStatsDefn(first));
+  ASSERT_TRUE(results.AddNewStatsDefn(second));
+
+  ASSERT_TRUE(results.ProcessRecord(MapRecord{{5, "South"}}));
+  ASSERT_TRUE(results.ProcessRecord(MapRecord{{5, "North"}}));
+  SubsetResults* subset = results.GetSubsetResults("S");
+  ASSERT_NE(subset, nullptr);
+  const StatsSet* totals = subset->GetGroupingResults("")->GetTotalsStatsSet();
+  EXPECT_EQ(totals->GetRecordsProcessed(), 1);
+  Variant count;
+  ASSERT_TRUE(totals->GetResult(count, "B"));
+  EXPECT_EQ(count.ToString(), "1");
+  EXPECT_EQ(results.GetSubsetResults(""), nullptr);
+  EXPECT_FALSE(IsErrorSet());
+}
+
+TEST_F(NodeResultsTest, ClearedResultsTakeRecordsAndDumpNothing) {
+  // The subset criteria are borrowed: the definition outlives the results.
+  StatsDefn defn = Defn("A", Field{"Amount", 3}, StatsDefn::Count);
+  NodeResults prototype;
+  ASSERT_TRUE(prototype.AddNewStatsDefn(defn));
+  NodeResults results(prototype);
+  results.ClearResults();
+  EXPECT_EQ(results.GetSubsetResults(""), nullptr);
+  EXPECT_TRUE(results.ProcessRecord(MapRecord{}));
+  std::ostringstream os;
+  results.DumpObject(os, {});
+  EXPECT_EQ(os.str(), "");
+
+  results = prototype;
+  ASSERT_TRUE(results.ProcessRecord(MapRecord{{3, 1}}));
+  EXPECT_EQ(prototype.GetSubsetResults("")->GetGroupingResults("")->GetGroupingsCount(), 0);
+  EXPECT_EQ(results.GetSubsetResults("")->GetGroupingResults("")->GetGroupingsCount(), 1);
+}
+
+TEST_F(NodeResultsTest, DumpOfOneGroupedAndOneUngroupedStatistic) {
+  std::map<std::string, StatsDefn> defns;
+  defns.emplace("Rows", Defn("Rows", Field{"", -1}, StatsDefn::Count));
+  defns.emplace("Sales", Grouped("Sales", Field{"Amount", 3}, StatsDefn::Sum, "ByRegion",
+                                 {Field{"Region", 5}}));
+  NodeResults results;
+  for (auto& entry : defns) ASSERT_TRUE(results.AddNewStatsDefn(entry.second));
+  ASSERT_TRUE(results.ProcessRecord(MapRecord{{3, 10}, {5, "South"}}));
+  ASSERT_TRUE(results.ProcessRecord(MapRecord{{3, 4}, {5, "North"}}));
+  ASSERT_TRUE(results.ProcessRecord(MapRecord{{3, 1}, {5, "South"}}));
+  results.Finalize();
+
+  std::ostringstream os;
+  results.DumpObject(os, defns);
+  EXPECT_EQ(os.str(),
+            "    Subset: all records\r\n"
+            "        Grouping: no grouping\r\n"
+            "            Stats Name: Rows\r\n"
+            "            Subset    : all records\r\n"
+            "            Grouping  : no grouping\r\n"
+            "            Stats Type: Count\r\n"
+            "            Field     : no field\r\n"
+            "            Result    : 3\r\n"
+            "\r\n"
+            "        Grouping: ByRegion, Column=5\r\n"
+            "\r\n"
+            "            Stats Name: Sales\r\n"
+            "            Subset    : all records\r\n"
+            "            Grouping  : [Col 5]Region=North\r\n"
+            "            Stats Type: Sum\r\n"
+            "            Field     : [Col 3]Amount\r\n"
+            "            Result    : 4\r\n"
+            "\r\n"
+            "            Stats Name: Sales\r\n"
+            "            Subset    : all records\r\n"
+            "            Grouping  : [Col 5]Region=South\r\n"
+            "            Stats Type: Sum\r\n"
+            "            Field     : [Col 3]Amount\r\n"
+            "            Result    : 11\r\n"
+            "\r\n");
+}
+
+}  // namespace
+}  // namespace stattree

@@ -1,0 +1,119 @@
+#include "stattree/results/subset_results.h"
+
+#include <string>
+
+#include "stattree/criteria/criteria.h"
+#include "stattree/criteria/criteria_term.h"
+#include "stattree/definitions/stats_defn.h"
+#include "stattree/engine/error_reporting.h"
+
+namespace stattree {
+
+namespace {
+
+constexpr int kErrNullCriteria = 11160;
+constexpr int kLocNoGroupingCriteria = 11170;
+constexpr int kLocNewGroupingCriteria = 11180;
+constexpr int kLocNewGroupingDefn = 11190;
+constexpr int kLocKnownGroupingDefn = 11200;
+constexpr int kErrUnconfigured = 11210;
+constexpr int kLocGroupingRecord = 11220;
+
+}  // namespace
+
+SubsetResults::SubsetResults() = default;
+
+SubsetResults::SubsetResults(const SubsetResults& other) { CopyDataMembers(other); }
+
+SubsetResults& SubsetResults::operator=(const SubsetResults& other) {
+  if (this != &other) CopyDataMembers(other);
+  return *this;
+}
+
+SubsetResults::~SubsetResults() = default;
+
+void SubsetResults::CopyDataMembers(const SubsetResults& other) {
+  // The subset criteria stay shared with the definition; the always-pass
+  // criteria are this object's own and are not copied.
+  subsetCriteria = other.subsetCriteria;
+  groupings = other.groupings;
+}
+
+bool SubsetResults::ConfigureCriteria(Criteria* criteria) {
+  if (criteria == nullptr) return SetErrorCode(kErrNullCriteria);
+  subsetCriteria = criteria;
+  return true;
+}
+
+bool SubsetResults::AddNewStatsDefn(const StatsDefn& defn) {
+  const std::string& name = defn.GetGroupingName();
+  auto found = groupings.find(name);
+  if (found != groupings.end()) {
+    // The grouping keeps the criteria of the definition that brought it.
+    if (!found->second.AddNewStatsDefn(defn)) return DumpLocation(kLocKnownGroupingDefn);
+    return true;
+  }
+  GroupingResults grouping;
+  Criteria* groupingCriteria = defn.GetGroupingCriteria();
+  if (groupingCriteria == nullptr) return DumpLocation(kLocNoGroupingCriteria);
+  if (!grouping.ConfigureCriteria(groupingCriteria, &totalsCriteria)) {
+    return DumpLocation(kLocNewGroupingCriteria);
+  }
+  if (!grouping.AddNewStatsDefn(defn)) return DumpLocation(kLocNewGroupingDefn);
+  groupings.emplace(name, grouping);
+  return true;
+}
+
+bool SubsetResults::ProcessRecord(const StatsRecord& record) {
+  if (subsetCriteria == nullptr) return SetErrorCode(kErrUnconfigured);
+  // A failed test counts as a record outside the subset; its error stays
+  // set for the caller's checks.
+  if (!subsetCriteria->RecordMeetsCriteria(record)) return true;
+  for (auto& entry : groupings) {
+    if (!entry.second.ProcessRecord(record)) return DumpLocation(kLocGroupingRecord);
+  }
+  return true;
+}
+
+void SubsetResults::Finalize() {
+  for (auto& entry : groupings) entry.second.Finalize();
+}
+
+GroupingResults* SubsetResults::GetGroupingResults(const std::string& name) const {
+  auto found = groupings.find(name);
+  if (found == groupings.end()) return nullptr;
+  // The owner hands out its results for the engine's cursor to read.
+  return const_cast<GroupingResults*>(&found->second);
+}
+
+void SubsetResults::DumpObject(std::ostream& os, const std::map<std::string, StatsDefn>& defns) {
+  for (auto& entry : groupings) {
+    const std::string& name = entry.first;
+    GroupingResults& grouping = entry.second;
+    os << "        Grouping: ";
+    Criteria* criteria = grouping.GetCriteriaPrototype();
+    const int kind = criteria != nullptr ? criteria->GetCriteriaType() : Criteria::kAlwaysPassType;
+    if (kind == Criteria::kAlwaysPassType) {
+      os << "no grouping\r\n";
+    } else if (kind == Criteria::kSingleType || kind == Criteria::kRangeType ||
+               criteria->GetCriteriaCount() == 1) {
+      CriteriaTerm term;
+      if (!criteria->GetCriteria(term, 0)) term.column = -1;
+      // The empty line after the single-column form is part of the format.
+      os << name << ", "
+         << "Column=" << std::to_string(term.column) << "\r\n\r\n";
+    } else {
+      // So is the repeated name and the space after each column number.
+      os << name << ", " << name << "Columns=";
+      for (int index = 0; index < criteria->GetCriteriaCount(); ++index) {
+        if (index > 0) os << ",";
+        CriteriaTerm term;
+        if (criteria->GetCriteria(term, index)) os << std::to_string(term.column) << " ";
+      }
+      os << "\r\n";
+    }
+    grouping.DumpObject(os, defns);
+  }
+}
+
+}  // namespace stattree

@@ -1,0 +1,96 @@
+#include "stattree/results/subset_results.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <sstream>
+#include <string>
+
+#include "stattree/results/results_test_util.h"
+
+namespace stattree {
+namespace {
+
+using testing::Defn;
+using testing::Grouped;
+using testing::MapRecord;
+
+class SubsetResultsTest : public testing::ResultsTest {};
+
+TEST_F(SubsetResultsTest, RecordOutsideTheSubsetChangesNoCount) {
+  StatsDefn defn = Defn("N", Field{"Amount", 3}, StatsDefn::Count);
+  testing::AddSubset(defn, "Northern", Field{"Region", 5}, Variant("North"));
+  SubsetResults subset;
+  ASSERT_TRUE(subset.ConfigureCriteria(defn.GetSubsetCriteria()));
+  ASSERT_TRUE(subset.AddNewStatsDefn(defn));
+
+  EXPECT_TRUE(subset.ProcessRecord(MapRecord{{5, "South"}}));
+  GroupingResults* grouping = subset.GetGroupingResults("");
+  ASSERT_NE(grouping, nullptr);
+  EXPECT_EQ(grouping->GetGroupingsCount(), 0);
+  EXPECT_EQ(grouping->GetTotalsStatsSet()->GetRecordsProcessed(), 0);
+
+  EXPECT_TRUE(subset.ProcessRecord(MapRecord{{5, "North"}}));
+  EXPECT_EQ(grouping->GetTotalsStatsSet()->GetRecordsProcessed(), 1);
+
+  // A failed subset test counts as outside; its error stays for the caller.
+  EXPECT_TRUE(subset.ProcessRecord(MapRecord{}));
+  EXPECT_TRUE(IsErrorSet());
+  EXPECT_EQ(grouping->GetTotalsStatsSet()->GetRecordsProcessed(), 1);
+}
+
+TEST_F(SubsetResultsTest, SameGroupingNameKeepsTheFirstCriteria) {
+  StatsDefn first = Grouped("A", Field{"Amount", 3}, StatsDefn::Count, "G", {Field{"Region", 5}});
+  StatsDefn second = Grouped("B", Field{"Amount", 3}, StatsDefn::Sum, "G", {Field{"Year", 0}});
+  AlwaysPassCriteria all;
+  SubsetResults subset;
+  ASSERT_TRUE(subset.ConfigureCriteria(&all));
+  ASSERT_TRUE(subset.AddNewStatsDefn(first));
+  ASSERT_TRUE(subset.AddNewStatsDefn(second));
+
+  ASSERT_TRUE(subset.ProcessRecord(MapRecord{{0, 2004}, {3, 1}, {5, "North"}}));
+  ASSERT_TRUE(subset.ProcessRecord(MapRecord{{0, 2005}, {3, 2}, {5, "North"}}));
+  GroupingResults* grouping = subset.GetGroupingResults("G");
+  ASSERT_NE(grouping, nullptr);
+  ASSERT_EQ(grouping->GetGroupingsCount(), 1);
+  const StatsSet* set = grouping->GetGroupingStatsSet(0);
+  EXPECT_NE(set->GetStatsResult("B"), nullptr);
+  Variant sum;
+  ASSERT_TRUE(set->GetResult(sum, "B"));
+  EXPECT_EQ(sum.ToString(), "3");
+}
+
+TEST_F(SubsetResultsTest, LookupsAndConfigurationFailures) {
+  SubsetResults subset;
+  EXPECT_EQ(subset.GetGroupingResults("nope"), nullptr);
+  EXPECT_FALSE(IsErrorSet());
+  EXPECT_FALSE(subset.ProcessRecord(MapRecord{}));
+  EXPECT_EQ(HeldCode(), 11210);
+  TheErrorManager().Clear();
+  EXPECT_FALSE(subset.ConfigureCriteria(nullptr));
+  EXPECT_EQ(HeldCode(), 11160);
+}
+
+TEST_F(SubsetResultsTest, DumpHeadsEachGroupingInItsForm) {
+  std::map<std::string, StatsDefn> defns;
+  defns.emplace("A", Defn("A", Field{"Amount", 3}, StatsDefn::Count));
+  defns.emplace("B",
+                Grouped("B", Field{"Amount", 3}, StatsDefn::Count, "Region", {Field{"Region", 5}}));
+  defns.emplace("C", Grouped("C", Field{"Amount", 3}, StatsDefn::Count, "RegionYear",
+                             {Field{"Region", 5}, Field{"Year", 7}}));
+  AlwaysPassCriteria all;
+  SubsetResults subset;
+  ASSERT_TRUE(subset.ConfigureCriteria(&all));
+  for (auto& entry : defns) ASSERT_TRUE(subset.AddNewStatsDefn(entry.second));
+
+  std::ostringstream os;
+  subset.DumpObject(os, defns);
+  EXPECT_EQ(os.str(),
+            "        Grouping: no grouping\r\n"
+            "        Grouping: Region, Column=5\r\n"
+            "\r\n"
+            "        Grouping: RegionYear, RegionYearColumns=5 ,7 \r\n");
+}
+
+}  // namespace
+}  // namespace stattree

@@ -1,0 +1,210 @@
+#include "stattree/results/tree_node.h"
+
+#include <utility>
+
+#include "stattree/criteria/always_pass_criteria.h"
+#include "stattree/criteria/criteria.h"
+#include "stattree/criteria/criteria_term.h"
+#include "stattree/criteria/single_criteria.h"
+#include "stattree/engine/error_reporting.h"
+
+namespace stattree {
+
+namespace {
+
+constexpr int kErrRootCriteriaExists = 11070;
+constexpr int kErrCriteriaExists = 11080;
+constexpr int kLocCriteriaValue = 11100;
+constexpr int kLocResultsRecord = 11110;
+constexpr int kErrNullRecord = 11120;
+constexpr int kLocChildTest = 11130;
+constexpr int kErrChildIndex = 11140;
+constexpr int kLocNameText = 11150;
+constexpr int kLocEmptyName = 11152;
+
+constexpr const char* kRootFieldName = "Root";
+constexpr const char* kRootNodeName = "root";
+
+}  // namespace
+
+const std::string TreeNode::sEmptyNodeName = "[no name]";
+
+TreeNode::TreeNode() = default;
+
+TreeNode::TreeNode(const TreeNode& other) { CopyDataMembers(other); }
+
+TreeNode::~TreeNode() { delete criteria; }
+
+void TreeNode::operator=(const TreeNode& other) {  // NOLINT(misc-unconventional-assign-operator)
+  // CopyDataMembers replaces every member and reads `other` completely
+  // before releasing anything, so assigning a node from one of its own
+  // descendants is safe too.
+  if (this != &other) CopyDataMembers(other);
+}
+
+void TreeNode::CopyDataMembers(const TreeNode& other) {
+  if (this == &other) return;
+  std::unique_ptr<Criteria> newCriteria(other.criteria != nullptr ? other.criteria->Clone()
+                                                                  : nullptr);
+  std::vector<std::unique_ptr<TreeNode>> newChildren;
+  newChildren.reserve(other.children.size());
+  for (const auto& child : other.children)
+    newChildren.push_back(std::make_unique<TreeNode>(*child));
+
+  delete criteria;
+  criteria = newCriteria.release();
+  results = other.results;
+  field = other.field;
+  parent = other.parent;
+  children.swap(newChildren);  // the old children go with newChildren
+  for (auto& child : children) child->SetParent(this);
+}
+
+void TreeNode::DeleteDataMembers() {
+  delete criteria;
+  criteria = nullptr;
+  children.clear();
+  results.ClearResults();
+  field.colNum = -1;
+  field.name.clear();
+}
+
+bool TreeNode::CreateCriteriaForAllRecords() {
+  if (criteria != nullptr) return SetErrorCode(kErrRootCriteriaExists);
+  criteria = new AlwaysPassCriteria();
+  return true;
+}
+
+bool TreeNode::CreateCriteria(int colNum, const StatsRecord& record) {
+  if (criteria != nullptr) return SetErrorCode(kErrCriteriaExists);
+  auto single = std::make_unique<SingleCriteria>();
+  CriteriaTerm term;
+  term.column = colNum;
+  term.op = Equal;
+  single->AddNewCriteria(term);  // its answer is not needed: the value read below fails too
+  criteria = single.release();
+  // The criteria stays attached when it cannot take the record's value.
+  if (!criteria->SetValuesFromRecord(record)) return DumpLocation(kLocCriteriaValue);
+  return true;
+}
+
+bool TreeNode::InitializeResults(const NodeResults& prototype) {
+  results = prototype;
+  return true;
+}
+
+void TreeNode::SetField(const Field& newField) { field = newField; }
+
+bool TreeNode::GetField(Field& out) const {
+  out = field;
+  return true;
+}
+
+bool TreeNode::ProcessRecord(const StatsRecord* record) {
+  if (record == nullptr) {
+    SetErrorCode(kErrNullRecord);
+    return DumpLocation(kLocResultsRecord);
+  }
+  if (!results.ProcessRecord(*record)) return DumpLocation(kLocResultsRecord);
+  return true;
+}
+
+void TreeNode::Finalize() { results.Finalize(); }
+
+TreeNode* TreeNode::GetParent() {
+  // Empty ancestors are skipped. Walked with two pointers so that a parent
+  // chain that loops (only an assignment from a node's own child makes one)
+  // ends in null instead of running forever.
+  TreeNode* slow = parent;
+  TreeNode* fast = parent;
+  while (fast != nullptr) {
+    if (!fast->EmptyNode()) return fast;
+    fast = fast->parent;
+    if (fast == nullptr) return nullptr;
+    if (!fast->EmptyNode()) return fast;
+    fast = fast->parent;
+    slow = slow->parent;
+    if (fast == slow) return nullptr;
+  }
+  return nullptr;
+}
+
+bool TreeNode::CreateChild(TreeNode*& child, bool& created, const StatsRecord* record) {
+  if (record == nullptr) return SetErrorCode(kErrNullRecord);
+  for (auto& candidate : children) {
+    Criteria* test = candidate->criteria;
+    if (test == nullptr) continue;
+    if (test->RecordMeetsCriteria(*record)) {
+      child = candidate.get();
+      created = false;
+      return true;
+    }
+    // Also catches an error left set by an earlier call, on purpose.
+    if (IsErrorSet()) return DumpLocation(kLocChildTest);
+  }
+  created = true;
+  children.push_back(std::make_unique<TreeNode>());
+  children.back()->SetParent(this);
+  child = children.back().get();
+  return true;
+}
+
+bool TreeNode::FindIthChild(TreeNode*& child, int& counter, int index) {
+  for (auto& candidate : children) {
+    if (candidate->EmptyNode()) {
+      if (candidate->FindIthChild(child, counter, index)) return true;
+      continue;
+    }
+    if (counter == index) {
+      child = candidate.get();
+      return true;
+    }
+    ++counter;
+  }
+  return false;
+}
+
+bool TreeNode::GetChild(TreeNode*& child, int index) {
+  if (index >= 0) {
+    int counter = 0;
+    if (FindIthChild(child, counter, index)) return true;
+  }
+  return SetErrorCode(kErrChildIndex);
+}
+
+int TreeNode::GetChildCount() {
+  int count = 0;
+  for (auto& child : children) count += child->EmptyNode() ? child->GetChildCount() : 1;
+  return count;
+}
+
+bool TreeNode::GetName(std::string& name) const {
+  if (field.name == kRootFieldName) {
+    name = kRootNodeName;
+    return true;
+  }
+  if (criteria != nullptr && criteria->GetCriteriaText(name, 0, false)) {
+    if (name.empty()) name = sEmptyNodeName;
+    return true;
+  }
+  return DumpLocation(kLocNameText);
+}
+
+bool TreeNode::EmptyNode() {
+  std::string name;
+  if (!GetName(name)) {
+    DumpLocation(kLocEmptyName);
+    return true;  // a node that cannot be named counts as empty
+  }
+  return name == sEmptyNodeName;
+}
+
+SubsetResults* TreeNode::GetSubsetResults(const std::string& name) const {
+  return results.GetSubsetResults(name);
+}
+
+void TreeNode::DumpObject(std::ostream& os, const std::map<std::string, StatsDefn>& defns) {
+  results.DumpObject(os, defns);
+}
+
+}  // namespace stattree
