@@ -21,6 +21,7 @@
 #include "stattree/criteria/single_criteria.h"
 
 // definitions
+#include "stattree/definitions/stats_defn.h"
 
 // statistics
 #include "stattree/statistics/enum_result.h"

@@ -1,1 +1,0 @@
-// Placeholder until the subsystem lands; delete when real sources exist.
