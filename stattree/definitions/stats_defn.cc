@@ -52,7 +52,7 @@ StatsDefn::~StatsDefn() { DeleteDataMembers(); }
 void StatsDefn::Initialize(const std::string& name, Field field, StatsType type) {
   // Copied first: `name` may be this definition's own name.
   std::string newName = name;
-  // Nothing else can reach the spec objects once the pointers are re-aimed,
+  // Nothing else can reach the criteria objects once the pointers are re-aimed,
   // so they are released rather than abandoned.
   DeleteDataMembers();
   initialized = true;

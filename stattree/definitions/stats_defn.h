@@ -18,7 +18,7 @@
 //
 // Decided here: the indexed accessors refuse an index outside
 // 0..count-1 (error 11920 with "index,count" at the accessor's location)
-// instead of reading out of bounds; Initialize releases the spec objects it
+// instead of reading out of bounds; Initialize releases the criteria objects it
 // abandons; a failed grouping or subset builder releases its half-built
 // criteria.
 //

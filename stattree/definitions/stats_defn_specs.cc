@@ -1,4 +1,4 @@
-// The spec builders of StatsDefn.
+// The builders of a definition's grouping, subset and distribution specs.
 #include <memory>
 #include <new>
 #include <utility>
