@@ -1,0 +1,36 @@
+// TextReportWriter: the report as an indented text a person reads.
+//
+// Each node shows its field, value and record count; below it each
+// statistic with its type, field, grouping and subset, then either its
+// value, a table of grouping combinations and the total, or, for the
+// distribution types, labelled bars of Unicode block characters with
+// counts or percentages. Numbers are grouped by thousands; reals show two
+// decimals (four significant digits below 1).
+// Stateless.
+#ifndef STATTREE_TOOLS_REPORT_TEXT_H_
+#define STATTREE_TOOLS_REPORT_TEXT_H_
+
+#include <ostream>
+#include <string>
+
+#include "tools/stattree/report.h"
+
+namespace stattree {
+namespace cli {
+
+class TextReportWriter {
+ public:
+  static void Write(std::ostream& out, const Report& report);
+
+  // Exposed for tests.
+  static std::string FormatValue(const Variant& value);
+  static std::string FormatCount(long long count);
+  // `width` cells of full blocks and one eighth-step partial block for
+  // value/maximum.
+  static std::string Bar(double value, double maximum, int width);
+};
+
+}  // namespace cli
+}  // namespace stattree
+
+#endif  // STATTREE_TOOLS_REPORT_TEXT_H_
