@@ -38,5 +38,6 @@
 // engine
 #include "stattree/engine/error_reporting.h"
 #include "stattree/engine/error_table.h"
+#include "stattree/engine/stats.h"
 
 #endif  // STATTREE_STATTREE_H_

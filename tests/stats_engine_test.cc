@@ -1,0 +1,233 @@
+// The engine's lifecycle through a host: configuration, the record loop,
+// progress and cancellation, and the exact error rows and locations of
+// every wrong call.
+#include <gtest/gtest.h>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tests/host_fixture.h"
+
+namespace stattree {
+namespace {
+
+using testing::CountingProgress;
+using testing::ErrorSnapshot;
+using testing::MakeDefn;
+using testing::MakeField;
+using testing::Row;
+using testing::TableStats;
+
+std::vector<Row> SalesRows() {
+  // Year, Region, Amount
+  return {{2004, "North", 10}, {2004, "South", 5}, {2005, "North", 7}, {2005, "North", 1}};
+}
+
+std::map<std::string, StatsDefn> CountDefinitions() {
+  return {{"Records", MakeDefn("Records", "Amount", 2, StatsDefn::Count)}};
+}
+
+class EngineTest : public ::testing::Test {
+ protected:
+  void SetUp() override { Stats::ClearError(); }
+  void TearDown() override { Stats::ClearError(); }
+};
+
+TEST_F(EngineTest, RunsAHostToProcessingDoneWithProgress) {
+  TableStats stats(SalesRows());
+  const auto definitions = CountDefinitions();
+  ASSERT_TRUE(stats.Configure(&definitions, {MakeField("Year", 0)}));
+  EXPECT_TRUE(stats.StateIs(Stats::DefinitionsProcessed));
+  CountingProgress progress;
+  ASSERT_TRUE(stats.ProcessRecords(&progress));
+  EXPECT_TRUE(stats.StateIs(Stats::ProcessingDone));
+  EXPECT_FALSE(Stats::IsErrorSet());
+  EXPECT_EQ(progress.starts, 1);
+  EXPECT_EQ(progress.lastTotal, 4);
+  EXPECT_EQ(progress.increments, 4);
+  EXPECT_EQ(progress.done, 1);
+  EXPECT_EQ(stats.GetNodeCount(), 3);  // root, 2004, 2005
+}
+
+TEST_F(EngineTest, NoRecordsMeansDoneWithoutProgressCalls) {
+  TableStats stats({});
+  const auto definitions = CountDefinitions();
+  ASSERT_TRUE(stats.Configure(&definitions, {}));
+  CountingProgress progress;
+  EXPECT_TRUE(stats.ProcessRecords(&progress));
+  EXPECT_TRUE(stats.StateIs(Stats::ProcessingDone));
+  EXPECT_EQ(progress.starts, 0);
+  EXPECT_EQ(progress.done, 0);
+  EXPECT_EQ(stats.GetNodeCount(), 1);
+}
+
+TEST_F(EngineTest, CancelStopsWithoutErrorAndKeepsTheRecordsSoFar) {
+  TableStats stats(SalesRows());
+  const auto definitions = CountDefinitions();
+  ASSERT_TRUE(stats.Configure(&definitions, {MakeField("Year", 0)}));
+  CountingProgress progress;
+  progress.cancelAfter = 2;
+  EXPECT_FALSE(stats.ProcessRecords(&progress));
+  EXPECT_FALSE(Stats::IsErrorSet());
+  EXPECT_TRUE(stats.StateIs(Stats::DefinitionsProcessed));
+  EXPECT_EQ(progress.starts, 1);
+  EXPECT_EQ(progress.increments, 1);  // the cancelled record is in, but not counted
+  EXPECT_EQ(progress.done, 0);
+  EXPECT_EQ(stats.GetNodeCount(), 2);  // the third record (2005) never arrived
+
+  // The state still allows a run; it adds on top of what is there.
+  progress.cancelAfter = -1;
+  EXPECT_TRUE(stats.ProcessRecords(&progress));
+  EXPECT_EQ(stats.GetNodeCount(), 3);
+}
+
+TEST_F(EngineTest, WrongStateCallsSetTheStateAsDetail) {
+  TableStats stats(SalesRows());
+  EXPECT_FALSE(stats.ProcessRecords());
+  ErrorSnapshot error = ErrorSnapshot::Take();
+  EXPECT_EQ(error.code, 10075);
+  EXPECT_EQ(error.second, 90000);
+  EXPECT_EQ(error.message, "Stats engine in wrong state for this operation");
+  EXPECT_TRUE(error.flag);
+  EXPECT_EQ(error.detail, "0");
+  EXPECT_EQ(error.locations, std::vector<int>({10040}));
+
+  Stats::ClearError();
+  const auto definitions = CountDefinitions();
+  ASSERT_TRUE(stats.Configure(&definitions, {}));
+  EXPECT_FALSE(stats.Configure(&definitions, {}));
+  error = ErrorSnapshot::Take();
+  EXPECT_EQ(error.code, 10075);
+  EXPECT_EQ(error.detail, "2");
+  EXPECT_EQ(error.locations, std::vector<int>({10010}));
+  EXPECT_TRUE(stats.StateIs(Stats::DefinitionsProcessed));
+
+  // Nothing clears an error but the host: a later successful call leaves it set.
+  EXPECT_EQ(stats.GetNodeCount(), 1);
+  EXPECT_EQ(ErrorSnapshot::Take().code, 10075);
+}
+
+TEST_F(EngineTest, NullDefinitionsMapIsRefused) {
+  TableStats stats(SalesRows());
+  EXPECT_FALSE(stats.Configure(nullptr, {MakeField("Year", 0)}));
+  const ErrorSnapshot error = ErrorSnapshot::Take();
+  EXPECT_EQ(error.code, 10020);
+  EXPECT_EQ(error.second, 90000);
+  EXPECT_EQ(error.message, "No stats definitions specified");
+  EXPECT_TRUE(error.flag);
+  EXPECT_EQ(error.detail, "");
+  EXPECT_TRUE(error.locations.empty());
+  EXPECT_TRUE(stats.StateIs(Stats::NotConfigured));
+}
+
+TEST_F(EngineTest, NullMapThenValidMapDoublesTheTreeFields) {
+  TableStats stats(SalesRows());
+  EXPECT_FALSE(stats.Configure(nullptr, {MakeField("Year", 0)}));
+  Stats::ClearError();
+  const auto definitions = CountDefinitions();
+  ASSERT_TRUE(stats.Configure(&definitions, {MakeField("Year", 0)}));
+  // Level 2 now carries the "Root" pseudo-field with column -1.
+  EXPECT_FALSE(stats.ProcessRecords());
+  const ErrorSnapshot error = ErrorSnapshot::Take();
+  EXPECT_EQ(error.code, 10595);
+  EXPECT_EQ(error.detail, "-1");
+  EXPECT_EQ(error.locations, std::vector<int>({10620, 11100, 10455, 10060}));
+  EXPECT_TRUE(stats.StateIs(Stats::DefinitionsProcessed));
+}
+
+TEST_F(EngineTest, RecordSourceFailureIsReportedAfterTheLoop) {
+  TableStats stats(SalesRows());
+  stats.FailAt(2);
+  const auto definitions = CountDefinitions();
+  ASSERT_TRUE(stats.Configure(&definitions, {}));
+  CountingProgress progress;
+  EXPECT_FALSE(stats.ProcessRecords(&progress));
+  const ErrorSnapshot error = ErrorSnapshot::Take();
+  EXPECT_EQ(error.code, 4242);
+  EXPECT_EQ(error.message, "source failed");
+  EXPECT_EQ(error.locations, std::vector<int>({10065}));
+  EXPECT_EQ(progress.done, 0);
+  EXPECT_TRUE(stats.StateIs(Stats::DefinitionsProcessed));
+}
+
+TEST_F(EngineTest, StaleErrorFailsTheRecordLoop) {
+  TableStats empty({});
+  TableStats stats(SalesRows());
+  const auto definitions = CountDefinitions();
+  ASSERT_TRUE(empty.Configure(&definitions, {}));
+  ASSERT_TRUE(stats.Configure(&definitions, {}));
+  Stats::SetError(42, 7, "left over", true);
+  EXPECT_FALSE(empty.ProcessRecords());
+  EXPECT_EQ(ErrorSnapshot::Take().locations, std::vector<int>({10050}));
+
+  EXPECT_FALSE(stats.ProcessRecords());
+  EXPECT_EQ(ErrorSnapshot::Take().locations, std::vector<int>({10050, 10065}));
+}
+
+TEST_F(EngineTest, ResetKeepsTheTreeAndReconfiguringReports11070) {
+  TableStats stats(SalesRows());
+  const auto definitions = CountDefinitions();
+  ASSERT_TRUE(stats.Configure(&definitions, {MakeField("Year", 0)}));
+  ASSERT_TRUE(stats.ProcessRecords());
+  stats.Reset();
+  EXPECT_TRUE(stats.StateIs(Stats::NotConfigured));
+  EXPECT_EQ(stats.GetNodeCount(), 3);
+  // The ignored 11070 of the root's criteria then fails the first definition.
+  EXPECT_FALSE(stats.Configure(&definitions, {MakeField("Year", 0)}));
+  const ErrorSnapshot error = ErrorSnapshot::Take();
+  EXPECT_EQ(error.code, 11070);
+  EXPECT_EQ(error.message, "Tree node criteria already exists");
+  ASSERT_FALSE(error.locations.empty());
+  EXPECT_EQ(error.locations.front(), 11225);
+  EXPECT_EQ(error.locations.back(), 10030);
+  EXPECT_TRUE(stats.StateIs(Stats::Configured));
+
+  // With no definitions nothing consults the error, and the run then fails.
+  Stats::ClearError();
+  TableStats again(SalesRows());
+  const std::map<std::string, StatsDefn> none;
+  ASSERT_TRUE(again.Configure(&none, {}));
+  again.Reset();
+  EXPECT_TRUE(again.Configure(&none, {}));
+  EXPECT_EQ(ErrorSnapshot::Take().code, 11070);
+  EXPECT_FALSE(again.ProcessRecords());
+}
+
+TEST_F(EngineTest, HostErrorsRoundTrip) {
+  Stats::SetError(42, 7, "mine", true);
+  ErrorSnapshot error = ErrorSnapshot::Take();
+  EXPECT_TRUE(error.set);
+  EXPECT_EQ(error.code, 42);
+  EXPECT_EQ(error.second, 7);
+  EXPECT_EQ(error.message, "mine");
+  EXPECT_TRUE(error.flag);
+  Stats::ClearError();
+  EXPECT_FALSE(Stats::IsErrorSet());
+  EXPECT_FALSE(ErrorSnapshot::Take().set);
+}
+
+TEST_F(EngineTest, ErrorTableIsPublishedOnStats) {
+  EXPECT_EQ(sizeof(Stats::sErrorInfoTable) / sizeof(ErrorInfo), 40u);
+  EXPECT_EQ(Stats::sErrorInfoTable[0].code, 10001);
+  EXPECT_STREQ(Stats::sErrorInfoTable[0].source, "Stats::Configure");
+  EXPECT_EQ(Stats::sErrorInfoTable[39].code, 0);
+}
+
+TEST_F(EngineTest, CopyIsIndependentAndNavigableFromItsRoot) {
+  TableStats stats(SalesRows());
+  const auto definitions = CountDefinitions();
+  ASSERT_TRUE(stats.Configure(&definitions, {MakeField("Year", 0)}));
+  ASSERT_TRUE(stats.ProcessRecords());
+  auto copy = std::make_unique<TableStats>(stats);
+  EXPECT_EQ(copy->GetNodeCount(), 3);
+  EXPECT_TRUE(copy->MoveToRootNode());
+  EXPECT_EQ(copy->GetChildCount(), 2);
+  copy.reset();
+  EXPECT_TRUE(stats.MoveToRootNode());
+  EXPECT_EQ(stats.GetChildCount(), 2);
+}
+
+}  // namespace
+}  // namespace stattree
