@@ -32,3 +32,12 @@ test-sanitize: deps
 
 clean:
 	rm -rf $(BUILD_DIR) $(ASAN_DIR) $(RELEASE_DIR)
+
+# The benchmark (bench/README.md): a Release build, then one run that prints
+# the table. Takes several minutes; CI builds the program but never runs it.
+.PHONY: bench
+bench: deps
+	cmake -S . -B $(RELEASE_DIR) -DCMAKE_BUILD_TYPE=Release -DSTATTREE_BUILD_BENCH=ON \
+	  -DSTATTREE_BUILD_TESTS=OFF -DSTATTREE_BUILD_TOOLS=OFF
+	cmake --build $(RELEASE_DIR) -j$(JOBS) --target stattree_bench
+	$(RELEASE_DIR)/bench/stattree_bench

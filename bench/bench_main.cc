@@ -1,0 +1,223 @@
+// stattree_bench: record throughput and tree memory of the engine on the
+// standard workloads, with SQLite and a hand-written single pass timed on
+// the same rows in the same run. Prints one Markdown table; exits 1 when
+// the three disagree on any number.
+//
+// Usage: stattree_bench [--quick] [--cap SECONDS] [--max-records N] [--only W1|W2]
+//   --quick          small sizes only (a smoke run of a few seconds)
+//   --cap SECONDS    give up on one measurement after this much processor
+//                    time (default 60)
+//   --max-records N  skip the sizes above N records
+//   --only W1|W2     one workload only
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <fstream>
+#include <iostream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "engine_contender.h"
+#include "floor_contender.h"
+#include "measure.h"
+#include "report.h"
+#include "result_set.h"
+#include "sqlite_contender.h"
+#include "table.h"
+#include "workload.h"
+
+namespace stattree_bench {
+namespace {
+
+constexpr double kDefaultCapSeconds = 60.0;
+
+std::vector<WorkloadSpec> StandardWorkloads(bool quick) {
+  if (quick) {
+    return {{WorkloadKind::Everyday, 100000, 0},
+            {WorkloadKind::HighCardinality, 100000, 100},
+            {WorkloadKind::HighCardinality, 100000, 1000}};
+  }
+  return {{WorkloadKind::Everyday, 100000, 0},
+          {WorkloadKind::Everyday, 1000000, 0},
+          {WorkloadKind::Everyday, 10000000, 0},
+          {WorkloadKind::HighCardinality, 1000000, 100},
+          {WorkloadKind::HighCardinality, 1000000, 1000},
+          {WorkloadKind::HighCardinality, 1000000, 10000},
+          {WorkloadKind::HighCardinality, 1000000, 100000}};
+}
+
+std::string StatusText(const char* who, const Outcome& outcome) {
+  char text[160];
+  switch (outcome.status) {
+    case Outcome::Done:
+      std::snprintf(text, sizeof(text), "%s %.2f s", who, outcome.seconds);
+      return text;
+    case Outcome::OverCap:
+      std::snprintf(text, sizeof(text), "%s over the cap", who);
+      return text;
+    case Outcome::Failed:
+      break;
+  }
+  return std::string(who) + " FAILED";
+}
+
+// Compares every pair of contenders that finished. The text says which
+// were compared when one could not be.
+std::string CheckAgreement(const Outcome& engine, const ResultSet& engineResults,
+                           const Outcome& sqlite, const ResultSet& sqliteResults,
+                           const Outcome& floor, const ResultSet& floorResults, bool& agreed) {
+  struct Contender {
+    const char* name;
+    const Outcome& outcome;
+    const ResultSet& results;
+  };
+  const std::vector<Contender> all = {{"stattree", engine, engineResults},
+                                      {"SQLite", sqlite, sqliteResults},
+                                      {"floor", floor, floorResults}};
+  std::vector<const Contender*> finished;
+  for (const Contender& contender : all) {
+    if (contender.outcome.status == Outcome::Done) finished.push_back(&contender);
+  }
+  if (finished.size() < 2) return "unchecked";
+  bool same = true;
+  for (std::size_t i = 0; i < finished.size(); ++i) {
+    for (std::size_t j = i + 1; j < finished.size(); ++j) {
+      std::string differences;
+      if (!finished[i]->results.Agrees(finished[j]->results, finished[i]->name, finished[j]->name,
+                                       differences)) {
+        std::cerr << "  DISAGREEMENT " << finished[i]->name << " / " << finished[j]->name << ":\n"
+                  << differences;
+        same = false;
+      }
+    }
+  }
+  if (!same) {
+    agreed = false;
+    return "NO";
+  }
+  if (finished.size() == all.size()) return "yes";
+  return std::string("yes (") + finished[0]->name + " = " + finished[1]->name + ")";
+}
+
+ReportRow Measure(const WorkloadSpec& spec, double capSeconds, bool& agreed) {
+  ReportRow row;
+  row.workload = spec.Label();
+  row.records = spec.records;
+  std::cerr << "[" << row.workload << ", " << spec.records << " records]" << std::flush;
+
+  const Table table = GenerateRows(spec);
+  ResultSet engineResults;
+  ResultSet sqliteResults;
+  ResultSet floorResults;
+
+  // The engine goes first, on a heap that holds nothing but the rows, so
+  // that its tree's memory shows as resident growth.
+  const EngineRun engine = RunEngine(spec, table, capSeconds, engineResults);
+  row.engine = engine.outcome;
+  row.treeBytes = engine.treeBytes;
+  std::cerr << " " << StatusText("stattree", row.engine) << std::flush;
+
+  row.floor = RunFloor(spec, table, capSeconds, floorResults);
+  std::cerr << ", " << StatusText("floor", row.floor) << std::flush;
+
+  {
+    SqliteContender sqlite;
+    std::string error;
+    const WallClock loading;
+    if (sqlite.Load(table, error)) {
+      std::cerr << ", SQLite insert " << std::lround(loading.Seconds()) << " s (untimed)"
+                << std::flush;
+      row.sqlite = sqlite.Run(spec, capSeconds, sqliteResults);
+    } else {
+      row.sqlite.message = error;
+    }
+    std::cerr << ", " << StatusText("SQLite", row.sqlite) << "\n";
+  }
+  for (const Outcome* outcome : {&row.engine, &row.sqlite, &row.floor}) {
+    if (outcome->status == Outcome::Failed) std::cerr << "  " << outcome->message << "\n";
+  }
+  row.agreement = CheckAgreement(row.engine, engineResults, row.sqlite, sqliteResults, row.floor,
+                                 floorResults, agreed);
+  return row;
+}
+
+std::string CpuModel() {
+  std::ifstream cpuinfo("/proc/cpuinfo");
+  std::string line;
+  while (std::getline(cpuinfo, line)) {
+    if (line.rfind("model name", 0) == 0) {
+      const auto colon = line.find(':');
+      if (colon != std::string::npos) return line.substr(colon + 2);
+    }
+  }
+  return "unknown CPU";
+}
+
+std::string Compiler() {
+#if defined(__clang__)
+  return std::string("clang ") + __clang_version__;
+#elif defined(__GNUC__)
+  return std::string("g++ ") + __VERSION__;
+#else
+  return "unknown compiler";
+#endif
+}
+
+std::string UtcDate() {
+  const std::time_t now = std::time(nullptr);
+  char text[32];
+  std::strftime(text, sizeof(text), "%Y-%m-%d %H:%M UTC", std::gmtime(&now));
+  return text;
+}
+
+int Main(int argc, char** argv) {
+  bool quick = false;
+  double capSeconds = kDefaultCapSeconds;
+  double maxRecords = 0;
+  std::string only;
+  for (int i = 1; i < argc; ++i) {
+    const std::string arg = argv[i];
+    if (arg == "--quick") {
+      quick = true;
+    } else if (arg == "--cap" && i + 1 < argc) {
+      capSeconds = std::atof(argv[++i]);
+    } else if (arg == "--max-records" && i + 1 < argc) {
+      maxRecords = std::atof(argv[++i]);
+    } else if (arg == "--only" && i + 1 < argc) {
+      only = argv[++i];
+    } else {
+      std::cerr << "usage: stattree_bench [--quick] [--cap SECONDS] [--max-records N] "
+                   "[--only W1|W2]\n";
+      return 2;
+    }
+  }
+  if (capSeconds <= 0) capSeconds = kDefaultCapSeconds;
+
+  const WallClock total;
+  Report report(capSeconds);
+  bool agreed = true;
+  for (const WorkloadSpec& spec : StandardWorkloads(quick)) {
+    if (maxRecords > 0 && static_cast<double>(spec.records) > maxRecords) continue;
+    if (!only.empty() && spec.Label().compare(0, only.size(), only) != 0) continue;
+    report.Add(Measure(spec, capSeconds, agreed));
+  }
+
+  std::cout << "\nTaken " << UtcDate() << " on " << std::thread::hardware_concurrency()
+            << " cores (" << CpuModel() << "), " << Compiler() << ", SQLite "
+            << SqliteContender::Version() << "; records per second of processor time, cap "
+            << static_cast<int>(capSeconds) << " s per measurement.\n\n";
+  report.Print(std::cout);
+  std::cout << "\nWhole run: " << std::lround(total.Seconds()) << " s (wall clock). "
+            << (agreed ? "stattree, SQLite and the floor agree on every number they finished."
+                       : "DISAGREEMENT: see the messages above.")
+            << "\n";
+  return agreed ? 0 : 1;
+}
+
+}  // namespace
+}  // namespace stattree_bench
+
+int main(int argc, char** argv) { return stattree_bench::Main(argc, argv); }

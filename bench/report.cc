@@ -1,0 +1,104 @@
+#include "report.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+namespace stattree_bench {
+namespace {
+
+std::string Format(const char* format, double value) {
+  char text[64];
+  std::snprintf(text, sizeof(text), format, value);
+  return text;
+}
+
+// 10^5 as "100 000".
+std::string Grouped(std::size_t number) {
+  std::string digits = std::to_string(number);
+  for (int at = static_cast<int>(digits.size()) - 3; at > 0; at -= 3) {
+    digits.insert(static_cast<std::size_t>(at), " ");
+  }
+  return digits;
+}
+
+std::string Rate(double recordsPerSecond) {
+  if (recordsPerSecond >= 1e6) return Format("%.2f M/s", recordsPerSecond / 1e6);
+  if (recordsPerSecond >= 1e3) return Format("%.1f k/s", recordsPerSecond / 1e3);
+  return Format("%.0f /s", recordsPerSecond);
+}
+
+std::string Mebibytes(std::int64_t bytes) {
+  return Format("%.1f MiB", static_cast<double>(std::max<std::int64_t>(bytes, 0)) / 1048576.0);
+}
+
+}  // namespace
+
+std::string Report::Throughput(const ReportRow& row, const Outcome& outcome) const {
+  switch (outcome.status) {
+    case Outcome::Done:
+      return Rate(static_cast<double>(row.records) / std::max(outcome.seconds, 1e-9));
+    case Outcome::OverCap:
+      return Format("over %.0f s", capSeconds);
+    case Outcome::Failed:
+      break;
+  }
+  return "failed";
+}
+
+std::string Report::Ratio(const Outcome& top, const Outcome& bottom) const {
+  if (top.status == Outcome::Done && bottom.status == Outcome::Done) {
+    // Throughput ratio: time of the other divided by stattree's time.
+    return Format("%#.3g", bottom.seconds / std::max(top.seconds, 1e-9));
+  }
+  if (top.status == Outcome::OverCap && bottom.status == Outcome::Done) {
+    return Format("< %#.3g", bottom.seconds / capSeconds);
+  }
+  if (top.status == Outcome::Done && bottom.status == Outcome::OverCap) {
+    return Format("> %#.3g", capSeconds / std::max(top.seconds, 1e-9));
+  }
+  return "-";
+}
+
+void Report::Print(std::ostream& out) const {
+  const std::vector<std::string> header = {"workload",       "records",       "stattree",
+                                           "SQLite",         "floor",         "stattree/SQLite",
+                                           "stattree/floor", "tree peak RSS", "agree"};
+  std::vector<std::vector<std::string>> cells;
+  cells.push_back(header);
+  for (const ReportRow& row : rows) {
+    std::string tree = Mebibytes(row.treeBytes);
+    if (row.engine.status == Outcome::OverCap) tree.insert(0, "> ");
+    if (row.engine.status == Outcome::Failed) tree = "-";
+    cells.push_back({row.workload, Grouped(row.records), Throughput(row, row.engine),
+                     Throughput(row, row.sqlite), Throughput(row, row.floor),
+                     Ratio(row.engine, row.sqlite), Ratio(row.engine, row.floor), tree,
+                     row.agreement});
+  }
+  std::vector<std::size_t> widths(header.size(), 0);
+  for (const auto& line : cells) {
+    for (std::size_t i = 0; i < line.size(); ++i) widths[i] = std::max(widths[i], line[i].size());
+  }
+  auto printLine = [&](const std::vector<std::string>& line) {
+    out << "|";
+    for (std::size_t i = 0; i < line.size(); ++i) {
+      // Numbers right-aligned, names left-aligned.
+      const std::string pad(widths[i] - line[i].size(), ' ');
+      out << " " << (i == 0 || i == line.size() - 1 ? line[i] + pad : pad + line[i]) << " |";
+    }
+    out << "\n";
+  };
+  printLine(cells[0]);
+  out << "|";
+  for (std::size_t i = 0; i < widths.size(); ++i) {
+    const bool right = i != 0 && i != widths.size() - 1;
+    out << (right ? " " + std::string(widths[i] - 1, '-') + ": |"
+                  : " " + std::string(widths[i], '-') + " |");
+  }
+  out << "\n";
+  for (std::size_t i = 1; i < cells.size(); ++i) printLine(cells[i]);
+}
+
+}  // namespace stattree_bench

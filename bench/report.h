@@ -1,0 +1,43 @@
+// The benchmark's output: one row per workload and size, printed as a
+// Markdown table so it can go into bench/README.md as it is.
+#ifndef STATTREE_BENCH_REPORT_H_
+#define STATTREE_BENCH_REPORT_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "measure.h"
+
+namespace stattree_bench {
+
+struct ReportRow {
+  std::string workload;
+  std::size_t records = 0;
+  Outcome engine;
+  Outcome sqlite;
+  Outcome floor;
+  std::int64_t treeBytes = 0;
+  std::string agreement;  // "yes", or what could not be checked or differed
+};
+
+class Report {
+ public:
+  explicit Report(double capSeconds) : capSeconds(capSeconds) {}
+  void Add(ReportRow row) { rows.push_back(std::move(row)); }
+  void Print(std::ostream& out) const;
+
+ private:
+  std::string Throughput(const ReportRow& row, const Outcome& outcome) const;
+  // Throughput of `top` over that of `bottom`: above 1, `top` is faster.
+  std::string Ratio(const Outcome& top, const Outcome& bottom) const;
+
+  double capSeconds;
+  std::vector<ReportRow> rows;
+};
+
+}  // namespace stattree_bench
+
+#endif  // STATTREE_BENCH_REPORT_H_
