@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "measure.h"
@@ -20,13 +21,16 @@ struct ReportRow {
   Outcome sqlite;
   Outcome floor;
   std::int64_t treeBytes = 0;
-  std::string agreement;  // "yes", or what could not be checked or differed
+  // "yes"; "yes*" when a capped contender was checked on a prefix only;
+  // "unchecked"; "NO".
+  std::string agreement;
 };
 
 class Report {
  public:
   explicit Report(double capSeconds) : capSeconds(capSeconds) {}
   void Add(ReportRow row) { rows.push_back(std::move(row)); }
+  const std::vector<ReportRow>& GetRows() const { return rows; }
   void Print(std::ostream& out) const;
 
  private:
