@@ -1,5 +1,6 @@
 #include "stattree/criteria/criteria_set.h"
 
+#include <memory>
 #include <utility>
 
 #include "stattree/criteria/range_criteria.h"
@@ -64,7 +65,10 @@ CriteriaSet::~CriteriaSet() {
 
 void CriteriaSet::CopyDataMembers(const CriteriaSet& other) {
   for (const auto& entry : other.criteriaList) {
-    if (entry) criteriaList.emplace_back(entry->Clone());
+    if (!entry) continue;
+    // Owned before the list grows, so a failed growth cannot leak it.
+    std::unique_ptr<Criteria> clone(entry->Clone());
+    criteriaList.push_back(std::move(clone));
   }
 }
 

@@ -117,6 +117,7 @@ TEST_F(StatsDefnOutOfMemory, FailedCopyLeaksNothingAndLeavesTheSourceIntact) {
   StatsDefn source("Sales", MakeField("Amount", 4), StatsDefn::EnumCount);
   ASSERT_TRUE(source.CreateGroupingSpec("ByYear", {MakeField("Year", 0)}));
   ASSERT_TRUE(source.CreateSubsetSpec("North", {MakePair("Region", 5, Variant("North"))}));
+  ASSERT_TRUE(source.CreateEnumSpec(std::vector<std::string>{"Web", "Store"}));
   const std::string before = Dump(source, "");
   bool copied = false;
   for (long n = 0; n < kMaxAllocations && !copied; ++n) {
