@@ -52,18 +52,18 @@ class ResultsTest : public ::testing::Test {
   static const std::vector<int>& Locations() { return TheErrorManager().GetLocations(); }
 };
 
-inline StatsDefn Defn(const std::string& name, Field field, StatsDefn::StatsType type) {
+inline StatsDefn Defn(const std::string& name, const Field& field, StatsDefn::StatsType type) {
   return StatsDefn(name, field, type);
 }
 
-inline StatsDefn Grouped(const std::string& name, Field field, StatsDefn::StatsType type,
+inline StatsDefn Grouped(const std::string& name, const Field& field, StatsDefn::StatsType type,
                          const std::string& grouping, const std::vector<Field>& fields) {
   StatsDefn defn(name, field, type);
   EXPECT_TRUE(defn.CreateGroupingSpec(grouping, fields));
   return defn;
 }
 
-inline void AddSubset(StatsDefn& defn, const std::string& subset, Field field,
+inline void AddSubset(StatsDefn& defn, const std::string& subset, const Field& field,
                       const Variant& value) {
   EXPECT_TRUE(defn.CreateSubsetSpec(subset, {SubsetFieldValPair{field, value}}));
 }
