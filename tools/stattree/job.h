@@ -62,7 +62,7 @@ struct StatisticSpec {
 
 struct Job {
   std::vector<ColumnRef> tree;
-  // In name order (byte-wise), as the engine orders its definitions.
+  // In the order of the job file.
   std::vector<StatisticSpec> statistics;
   std::vector<std::string> warnings;
 };

@@ -13,7 +13,7 @@ namespace stattree {
 namespace cli {
 namespace {
 
-using nlohmann::json;
+using json = nlohmann::ordered_json;
 
 // Bins are copied into every node and grouping combination: keep a job
 // from asking for millions by a typo.
@@ -183,7 +183,7 @@ void JobParser::ParseRoot(const json& root) {
     WrongType("/statistics", "an object from statistic name to its definition", statistics);
     return;
   }
-  // nlohmann's object is an ordered map, so this is the engine's order.
+  // In the order of the file: the report lists statistics as written.
   for (const auto& item : statistics.items()) {
     StatisticSpec spec;
     spec.name = item.key();

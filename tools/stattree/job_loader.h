@@ -14,6 +14,7 @@
 // "tree" is optional (default: no levels below the root); "description"
 // is allowed at the top level and in a statistic. A grouping or subset
 // without a name is named after its fields ("channel", "year=2023").
+// Statistics and subset conditions keep the order of the file.
 //
 // Every problem is reported, not only the first, as "<JSON pointer>:
 // <what is wrong and what was expected>"; the caller prefixes the file

@@ -23,7 +23,7 @@ Loaded Parse(const std::string& text) {
 
 const std::vector<std::string> kHeader = {"region", "year", "amount", "channel"};
 
-TEST(JobLoader, ParsesEverySpecInNameOrder) {
+TEST(JobLoader, ParsesEverySpecInFileOrder) {
   const Loaded loaded = Parse(R"({
     "tree": ["region", "year"],
     "statistics": {
@@ -40,15 +40,14 @@ TEST(JobLoader, ParsesEverySpecInNameOrder) {
   ASSERT_EQ(job.tree.size(), 2u);
   EXPECT_EQ(job.tree[1].name, "year");
   ASSERT_EQ(job.statistics.size(), 4u);
-  EXPECT_EQ(job.statistics[0].name, "a");
-  EXPECT_EQ(job.statistics[0].values, (std::vector<std::string>{"Web", "7"}));
-  const StatisticSpec& b = job.statistics[1];
+  EXPECT_EQ(job.statistics[1].name, "a");
+  EXPECT_EQ(job.statistics[1].values, (std::vector<std::string>{"Web", "7"}));
+  const StatisticSpec& b = job.statistics[0];
   EXPECT_EQ(b.groupingName, "channel,year");
-  // Keys come out sorted: channel before year.
-  EXPECT_EQ(b.subsetName, "channel=,year=2023");
+  EXPECT_EQ(b.subsetName, "year=2023,channel=");
   ASSERT_EQ(b.where.size(), 2u);
-  EXPECT_TRUE(b.where[0].value.IsEmpty());
-  EXPECT_TRUE(b.where[1].value.IsInteger());
+  EXPECT_TRUE(b.where[0].value.IsInteger());
+  EXPECT_TRUE(b.where[1].value.IsEmpty());
   const HistogramSpec& h = job.statistics[2].histogram;
   EXPECT_TRUE(h.present && h.byEdges);
   EXPECT_EQ(h.logic, UpperEdgeInclusive);
@@ -95,14 +94,15 @@ TEST(JobLoader, WrongJsonTypesNameThePathAndTheExpectation) {
       "s": {"type": "Sum", "field": 3, "grouping": {"fields": []}},
       "h": {"type": "Histogram1", "field": "amount",
             "histogram": {"start": "0", "width": -1, "count": 2.5}}}})");
-  EXPECT_EQ(loaded.errors,
-            (std::vector<std::string>{
-                "/tree: expected an array of column names, found a string",
-                "/statistics/h/histogram/start: expected a number, found a string",
-                "/statistics/h/histogram/width: expected a number above 0, found -1",
-                "/statistics/h/histogram/count: expected a whole number from 1 to 1000, found 2.5",
-                "/statistics/s/field: expected a column name (a string), found a number",
-                "/statistics/s/grouping/fields: expected at least one column name"}));
+  EXPECT_EQ(
+      loaded.errors,
+      (std::vector<std::string>{
+          "/tree: expected an array of column names, found a string",
+          "/statistics/s/field: expected a column name (a string), found a number",
+          "/statistics/s/grouping/fields: expected at least one column name",
+          "/statistics/h/histogram/start: expected a number, found a string",
+          "/statistics/h/histogram/width: expected a number above 0, found -1",
+          "/statistics/h/histogram/count: expected a whole number from 1 to 1000, found 2.5"}));
 }
 
 TEST(JobLoader, UnknownKeysAndDuplicatesAreErrors) {
@@ -152,8 +152,8 @@ TEST(JobLoader, ResolveFillsColumnsAndListsTheHeaderForUnknownNames) {
                         "/statistics/s/subset/where/regoin: unknown column \"regoin\"; the header "
                         "has \"region\", \"year\", \"amount\", \"channel\""}));
   EXPECT_EQ(loaded.job.tree[0].column, 1);
-  EXPECT_EQ(loaded.job.statistics[1].field.column, 2);
-  EXPECT_EQ(loaded.job.statistics[0].field.column, 0);  // the Count without a field
+  EXPECT_EQ(loaded.job.statistics[0].field.column, 2);
+  EXPECT_EQ(loaded.job.statistics[1].field.column, 0);  // the Count without a field
 }
 
 TEST(JobLoader, ResolveRefusesAmbiguousColumns) {

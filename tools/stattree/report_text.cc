@@ -104,9 +104,9 @@ void WriteScalar(std::ostream& out, const StatisticReport& s, int indent) {
   for (const CombinationReport* row : rows) {
     const std::string label = row == &s.total ? "total" : JoinValues(row->values);
     out << Indent(indent + kIndentStep) << PadRight(label, labelWidth) << "  "
-        << PadLeft(TextReportWriter::FormatValue(row->result), valueWidth) << "  ("
+        << PadLeft(TextReportWriter::FormatValue(row->result), valueWidth) << "  "
         << PadLeft(TextReportWriter::FormatCount(row->records), countWidth)
-        << (row->records == 1 ? " record)" : " records)") << "\n";
+        << (row->records == 1 ? " record" : " records") << "\n";
   }
 }
 

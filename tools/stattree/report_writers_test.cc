@@ -91,9 +91,9 @@ TEST(TextReportWriter, WritesTreeStatisticsAndBars) {
           full + full + full + full + full + full + full + "\u258C" +
           "                        1\n"
           "  Revenue \u2014 Sum of amount by channel:\n"
-          "    Web      1,234.50  (3 records)\n"
-          "    (empty)        10  (2 records)\n"
-          "    total    1,244.50  (5 records)\n"
+          "    Web      1,234.50  3 records\n"
+          "    (empty)        10  2 records\n"
+          "    total    1,244.50  5 records\n"
           "  Smallest \u2014 Min of amount where year = 2023: (none)\n"
           "\n"
           "  region = North \u2014 1 record\n");

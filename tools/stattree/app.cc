@@ -1,0 +1,271 @@
+#include "tools/stattree/app.h"
+
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "stattree/stattree.h"
+#include "tools/stattree/byte_source.h"
+#include "tools/stattree/csv_reader.h"
+#include "tools/stattree/csv_stats.h"
+#include "tools/stattree/definition_builder.h"
+#include "tools/stattree/job_loader.h"
+#include "tools/stattree/library_error.h"
+#include "tools/stattree/progress_bar.h"
+#include "tools/stattree/report_collector.h"
+#include "tools/stattree/report_json.h"
+#include "tools/stattree/report_text.h"
+
+#ifndef STATTREE_VERSION
+#define STATTREE_VERSION "unknown"
+#endif
+
+namespace stattree {
+namespace cli {
+namespace {
+
+constexpr const char* kFooter = R"(Cells become values as follows:
+  - an empty cell is empty;
+  - canonical integers (-12, 0, 345; no leading zeros, no plus sign, 64-bit)
+    are integers;
+  - canonical reals (3.25, -0.5, 1e6, 2.5E-3; digits on both sides of the
+    point) are reals;
+  - everything else is text, exactly as written: 007, 01234 (postcodes,
+    identifiers), +5, " 5", .5, 1,000 and numbers out of range stay text.
+  --text COLUMNS keeps the listed columns as text.
+
+CSV: the first row names the columns; quoted cells may hold the delimiter,
+quotes ("") and line breaks; LF or CRLF line ends; blank lines are ignored.
+A row with another number of cells than the header, or broken quoting, is
+an error naming its line, unless --skip-bad-rows skips and counts it.
+
+Exit codes: 0 success, 1 bad data or job, 2 usage error, 130 cancelled.)";
+
+struct Options {
+  std::string dataPath;
+  std::string jobPath;
+  std::string format = "text";
+  std::string outputPath;
+  std::string delimiter = ",";
+  std::vector<std::string> textColumns;
+  bool skipBadRows = false;
+  bool quiet = false;
+  bool checkOnly = false;
+};
+
+class Runner {
+ public:
+  Runner(const Options& options, std::ostream& out, std::ostream& err,
+         const volatile std::sig_atomic_t* cancel)
+      : options_(options), out_(out), err_(err), cancel_(cancel) {}
+
+  int Run();
+
+ private:
+  int Fail(const std::string& file, const std::string& message) {
+    err_ << "stattree: error: " << (file.empty() ? "" : file + ": ") << message << "\n";
+    return App::kExitBadInput;
+  }
+  int FailAll(const std::string& file, const std::vector<std::string>& messages) {
+    for (const std::string& m : messages) Fail(file, m);
+    return App::kExitBadInput;
+  }
+  bool Cancelled() const { return cancel_ != nullptr && *cancel_ != 0; }
+  int WriteReport(const Report& report);
+
+  const Options& options_;
+  std::ostream& out_;
+  std::ostream& err_;
+  const volatile std::sig_atomic_t* cancel_;
+};
+
+int Runner::Run() {
+  const std::string& dataName = options_.dataPath == "-" ? "<stdin>" : options_.dataPath;
+  Job job;
+  std::vector<std::string> errors;
+  const bool loaded = JobLoader::Load(job, errors, options_.jobPath);
+  for (const std::string& w : job.warnings) {
+    err_ << "stattree: warning: " << options_.jobPath << ": " << w << "\n";
+  }
+  if (!loaded) return FailAll(options_.jobPath, errors);
+
+  FileSource source(cancel_);
+  if (!source.Open(options_.dataPath)) return Fail(dataName, "cannot open: " + source.GetError());
+  CsvReader::Options csvOptions;
+  csvOptions.delimiter = options_.delimiter[0];
+  csvOptions.skipBadRows = options_.skipBadRows;
+  CsvReader reader(source, csvOptions);
+  std::vector<std::string> header;
+  switch (reader.ReadRow(header)) {
+    case CsvReader::Status::Row:
+      break;
+    case CsvReader::Status::End:
+      return Fail(dataName, "the input is empty; expected a header row naming the columns");
+    case CsvReader::Status::Error:
+      return Fail(dataName, reader.GetError());
+  }
+  if (!JobLoader::Resolve(job, errors, header)) return FailAll(options_.jobPath, errors);
+
+  std::vector<bool> forceText(header.size(), false);
+  for (const std::string& name : options_.textColumns) {
+    const auto it = std::find(header.begin(), header.end(), name);
+    if (it == header.end()) {
+      return Fail(dataName, "--text: unknown column \"" + name + "\"; the header has " +
+                                JobLoader::QuotedList(header));
+    }
+    forceText[static_cast<std::size_t>(it - header.begin())] = true;
+  }
+  if (options_.checkOnly) {
+    out_ << options_.jobPath << ": fits " << dataName << " (" << header.size() << " columns, "
+         << job.statistics.size() << " statistics, " << job.tree.size() << " tree levels)\n";
+    return App::kExitOk;
+  }
+
+  std::vector<bool> used(header.size(), false);
+  auto use = [&](const ColumnRef& ref) {
+    if (ref.column >= 0 && static_cast<std::size_t>(ref.column) < used.size()) {
+      used[static_cast<std::size_t>(ref.column)] = true;
+    }
+  };
+  for (const ColumnRef& ref : job.tree) use(ref);
+  for (const StatisticSpec& spec : job.statistics) {
+    use(spec.field);
+    for (const ColumnRef& ref : spec.groupingFields) use(ref);
+    for (const SubsetCondition& c : spec.where) use(c.column);
+  }
+
+  // Declared before the engine, which borrows them.
+  std::map<std::string, StatsDefn> definitions;
+  std::vector<Field> treeFields;
+  std::string recordCountName;
+  if (!DefinitionBuilder::Build(definitions, treeFields, recordCountName, errors, job)) {
+    return FailAll(options_.jobPath, errors);
+  }
+  CsvRecord record(header.size());
+  CsvStats stats(reader, record, used, forceText);
+  Stats::ClearError();
+  if (!stats.Configure(&definitions, treeFields)) {
+    return Fail(options_.jobPath, "the library refused the job: " + LibraryError::TakeText());
+  }
+
+  ProgressBar progress(stderr, !options_.quiet && isatty(STDERR_FILENO) != 0, cancel_);
+  progress.SetInputSize([&reader] { return reader.GetBytesRead(); }, source.GetSize());
+  const bool processed = stats.ProcessRecords(&progress);
+  progress.Clear();
+  if (Cancelled()) {
+    err_ << "stattree: cancelled after " << stats.GetRecords() << " records; no report written\n";
+    return App::kExitCancelled;
+  }
+  if (!processed) {
+    if (stats.HasDataError()) {
+      Stats::ClearError();
+      return Fail(dataName, stats.GetDataError());
+    }
+    return Fail(dataName, "processing failed: " + LibraryError::TakeText());
+  }
+  if (reader.GetSkippedRows() > 0) {
+    err_ << "stattree: warning: " << dataName << ": skipped " << reader.GetSkippedRows()
+         << " bad rows\n";
+  }
+
+  Report report;
+  report.dataName = dataName;
+  report.jobName = options_.jobPath;
+  report.records = stats.GetRecords();
+  report.skippedRows = reader.GetSkippedRows();
+  for (const ColumnRef& ref : job.tree) report.treeFields.push_back(ref.name);
+  std::string error;
+  if (!ReportCollector::Collect(report.root, error, stats, job, recordCountName)) {
+    return Fail(dataName, error);
+  }
+  return WriteReport(report);
+}
+
+int Runner::WriteReport(const Report& report) {
+  std::ostringstream text;
+  if (options_.format == "json") {
+    JsonReportWriter::Write(text, report);
+  } else {
+    TextReportWriter::Write(text, report);
+  }
+  if (options_.outputPath.empty() || options_.outputPath == "-") {
+    out_ << text.str();
+    out_.flush();
+    if (!out_) return Fail("<stdout>", "cannot write the report");
+    return App::kExitOk;
+  }
+  std::ofstream file(options_.outputPath, std::ios::binary | std::ios::trunc);
+  if (!file) return Fail(options_.outputPath, "cannot open for writing");
+  file << text.str();
+  file.close();
+  if (!file) return Fail(options_.outputPath, "cannot write the report");
+  return App::kExitOk;
+}
+
+// A single character, or "\t" / "tab" for a tab.
+bool ParseDelimiter(std::string& delimiter) {
+  if (delimiter == "\\t" || delimiter == "tab") delimiter = "\t";
+  return delimiter.size() == 1 && delimiter[0] != '"' && delimiter[0] != '\n' &&
+         delimiter[0] != '\r';
+}
+
+}  // namespace
+
+int App::Main(int argc, const char* const* argv) {
+  Options options;
+  CLI::App app("stattree: statistics over a CSV file, printed as a results tree.", "stattree");
+  app.set_version_flag("--version", std::string("stattree ") + STATTREE_VERSION);
+  app.require_subcommand(1);
+  app.footer(kFooter);
+
+  auto addCommon = [&options](CLI::App* command) {
+    command->add_option("data", options.dataPath, "CSV file to read, or - for standard input")
+        ->required();
+    command->add_option("--job,-j", options.jobPath, "Job file (JSON): tree and statistics")
+        ->required();
+    command->add_option("--delimiter,-d", options.delimiter,
+                        "Cell separator: one character, or tab (default ,)");
+    command
+        ->add_option("--text", options.textColumns,
+                     "Columns whose cells stay text (comma-separated names)")
+        ->delimiter(',');
+  };
+  CLI::App* run = app.add_subcommand("run", "Run a job over a CSV file and print its results tree");
+  addCommon(run);
+  run->add_option("--format,-f", options.format, "Report format: text (default) or json")
+      ->check(CLI::IsMember({"text", "json"}));
+  run->add_option("--output,-o", options.outputPath, "Write the report to FILE (default stdout)");
+  run->add_flag("--skip-bad-rows", options.skipBadRows,
+                "Skip and count malformed rows instead of stopping");
+  run->add_flag("--quiet,-q", options.quiet, "No progress bar");
+  CLI::App* check = app.add_subcommand(
+      "check", "Check a job against a CSV file's header without processing records");
+  addCommon(check);
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& e) {
+    if (e.get_exit_code() == 0) {
+      app.exit(e, out_, err_);
+      return kExitOk;
+    }
+    err_ << "stattree: error: " << e.what() << "\nRun 'stattree --help' for usage.\n";
+    return kExitUsage;
+  }
+  if (!ParseDelimiter(options.delimiter)) {
+    err_ << "stattree: error: --delimiter: expected one character (or tab), other than a quote "
+            "or a line break\n";
+    return kExitUsage;
+  }
+  options.checkOnly = check->parsed();
+  return Runner(options, out_, err_, cancel_).Run();
+}
+
+}  // namespace cli
+}  // namespace stattree

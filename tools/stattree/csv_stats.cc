@@ -1,0 +1,58 @@
+#include "tools/stattree/csv_stats.h"
+
+#include "tools/stattree/cell_converter.h"
+
+namespace stattree {
+namespace cli {
+namespace {
+
+// The host's own error codes, outside the library's table.
+constexpr int kNoSuchColumnCode = 90101;
+constexpr int kCsvReadCode = 90102;
+
+}  // namespace
+
+bool CsvRecord::GetValue(Variant& value, int colNum) const {
+  if (colNum < 0 || static_cast<std::size_t>(colNum) >= values_.size()) {
+    lastBadColumn_ = colNum;
+    return false;
+  }
+  value = values_[static_cast<std::size_t>(colNum)];
+  return true;
+}
+
+bool CsvRecord::GetError(int& code, int& second, std::string& message, bool& flag) const {
+  code = kNoSuchColumnCode;
+  second = 0;
+  message = "no column " + std::to_string(lastBadColumn_) + " in the CSV header";
+  flag = false;
+  return true;
+}
+
+CsvStats::CsvStats(CsvReader& reader, CsvRecord& record, const std::vector<bool>& used,
+                   const std::vector<bool>& forceText)
+    : Stats(&record), reader_(reader), record_(record), used_(used), forceText_(forceText) {}
+
+bool CsvStats::Next() {
+  switch (reader_.ReadRow(cells_)) {
+    case CsvReader::Status::Row:
+      break;
+    case CsvReader::Status::End:
+      return false;
+    case CsvReader::Status::Error:
+      dataError_ = reader_.GetError();
+      Stats::SetError(kCsvReadCode, 0, dataError_, false);
+      return false;
+  }
+  std::vector<Variant>& values = record_.Values();
+  // The reader guarantees the header's width; only the columns the job
+  // reads are converted.
+  for (std::size_t i = 0; i < values.size() && i < cells_.size(); ++i) {
+    if (used_[i]) CellConverter::Convert(values[i], cells_[i], forceText_[i]);
+  }
+  ++records_;
+  return true;
+}
+
+}  // namespace cli
+}  // namespace stattree

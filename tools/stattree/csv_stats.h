@@ -1,0 +1,67 @@
+// CsvRecord and CsvStats: the tool's host of the engine over a CSV stream.
+//
+// CsvStats pulls one row at a time from a CsvReader (whose header has
+// already been read), converts the cells of the columns the job reads into
+// the CsvRecord's values (CellConverter rules; forced-text columns stay
+// text), and hands them to the engine. A CSV fault ends the record stream
+// with an error set in the library's error manager, so ProcessRecords
+// fails; the host's own message is kept for the user.
+//
+// The record count is unknown for a stream: GetRecordCount answers 0.
+// Thread-safety: none.
+#ifndef STATTREE_TOOLS_CSV_STATS_H_
+#define STATTREE_TOOLS_CSV_STATS_H_
+
+#include <string>
+#include <vector>
+
+#include "stattree/stattree.h"
+#include "tools/stattree/csv_reader.h"
+
+namespace stattree {
+namespace cli {
+
+class CsvRecord : public StatsRecord {
+ public:
+  explicit CsvRecord(std::size_t columns) : values_(columns) {}
+  // A column outside the header fails (GetError explains).
+  bool GetValue(Variant& value, int colNum) const override;
+  bool GetError(int& code, int& second, std::string& message, bool& flag) const override;
+  std::vector<Variant>& Values() { return values_; }
+
+ private:
+  std::vector<Variant> values_;
+  mutable int lastBadColumn_ = 0;
+};
+
+class CsvStats : public Stats {
+ public:
+  // Everything is borrowed. `used` and `forceText` are per header column.
+  CsvStats(CsvReader& reader, CsvRecord& record, const std::vector<bool>& used,
+           const std::vector<bool>& forceText);
+
+  bool MoveToFirstRecord() override { return Next(); }
+  bool MoveToNextRecord() override { return Next(); }
+  int GetRecordCount() override { return 0; }
+
+  long long GetRecords() const { return records_; }
+  bool HasDataError() const { return !dataError_.empty(); }
+  // "line 7: ..." as the reader words it.
+  const std::string& GetDataError() const { return dataError_; }
+
+ private:
+  bool Next();
+
+  CsvReader& reader_;
+  CsvRecord& record_;
+  const std::vector<bool>& used_;
+  const std::vector<bool>& forceText_;
+  std::vector<std::string> cells_;
+  long long records_ = 0;
+  std::string dataError_;
+};
+
+}  // namespace cli
+}  // namespace stattree
+
+#endif  // STATTREE_TOOLS_CSV_STATS_H_
