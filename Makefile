@@ -41,3 +41,32 @@ bench: deps
 	  -DSTATTREE_BUILD_TESTS=OFF -DSTATTREE_BUILD_TOOLS=OFF
 	cmake --build $(RELEASE_DIR) -j$(JOBS) --target stattree_bench
 	$(RELEASE_DIR)/bench/stattree_bench
+
+# The tool on the bundled example data (tools/README.md): installs what is
+# missing, builds in Release mode and prints the report.
+.PHONY: demo
+demo:
+	@bash scripts/install-deps.sh
+	cmake -S . -B $(RELEASE_DIR) -DCMAKE_BUILD_TYPE=Release -DSTATTREE_BUILD_TOOLS=ON \
+	  -DSTATTREE_BUILD_TESTS=OFF -DSTATTREE_BUILD_BENCH=OFF
+	cmake --build $(RELEASE_DIR) -j$(JOBS) --target stattree_cli
+	$(RELEASE_DIR)/tools/stattree run examples/sales.csv --job examples/sales.json
+
+# libFuzzer on the CSV reader and the job loader, FUZZ_SECONDS each, in a
+# clang build of their own. New inputs land in $(FUZZ_DIR)/corpus, never in
+# the seeds; a crash stops the run and leaves its input in the current
+# directory (turn it into a test).
+FUZZ_DIR     ?= build-fuzz
+FUZZ_SECONDS ?= 60
+.PHONY: fuzz
+fuzz:
+	@bash scripts/install-deps.sh clang
+	cmake -S . -B $(FUZZ_DIR) -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DSTATTREE_BUILD_FUZZ=ON -DSTATTREE_BUILD_TESTS=OFF -DSTATTREE_BUILD_BENCH=OFF \
+	  -DSTATTREE_BUILD_TOOLS=OFF
+	cmake --build $(FUZZ_DIR) -j$(JOBS) --target fuzz_csv_reader fuzz_job_loader
+	for target in csv_reader job_loader; do \
+	  mkdir -p $(FUZZ_DIR)/corpus/$$target && \
+	  $(FUZZ_DIR)/fuzz/fuzz_$$target -max_total_time=$(FUZZ_SECONDS) -rss_limit_mb=2048 \
+	    $(FUZZ_DIR)/corpus/$$target fuzz/seeds/$$target || exit 1; \
+	done

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdio>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <thread>
@@ -329,8 +330,9 @@ TEST(ToolMemory, MillionRowsThroughStdinStayFlat) {
   EXPECT_EQ(report["root"]["statistics"]["s"]["total"]["result"], 499500000);
   EXPECT_EQ(report["root"]["children"].size(), 10u);
   EXPECT_EQ(report["root"]["children"][3]["records"], kRows / 10);
-  EXPECT_EQ(report["root"]["children"][3]["statistics"]["m"]["total"]["result"], 999);
+  EXPECT_EQ(report["root"]["children"][3]["statistics"]["m"]["total"]["result"], 993);
   EXPECT_LT(r.maxRssKb, 50 * 1024) << "peak resident memory in KiB";
+  std::printf("peak resident memory: %ld KiB\n", r.maxRssKb);
 #endif
 }
 
