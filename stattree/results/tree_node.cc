@@ -25,6 +25,13 @@ constexpr int kLocEmptyName = 11152;
 constexpr const char* kRootFieldName = "Root";
 constexpr const char* kRootNodeName = "root";
 
+// Bumped by every change to any node that can alter a node's children or
+// name; a cached visible-children list is good only at the generation it was
+// built at. Not synchronised, like every other static of the library.
+std::uint64_t sTreeGeneration = 0;
+
+void TreeChanged() { ++sTreeGeneration; }
+
 }  // namespace
 
 const std::string TreeNode::sEmptyNodeName = "[no name]";
@@ -33,7 +40,10 @@ TreeNode::TreeNode() = default;
 
 TreeNode::TreeNode(const TreeNode& other) { CopyDataMembers(other); }
 
-TreeNode::~TreeNode() { delete criteria; }
+TreeNode::~TreeNode() {
+  delete criteria;
+  TreeChanged();
+}
 
 void TreeNode::operator=(const TreeNode& other) {  // NOLINT(misc-unconventional-assign-operator)
   // CopyDataMembers replaces every member and reads `other` completely
@@ -58,6 +68,7 @@ void TreeNode::CopyDataMembers(const TreeNode& other) {
   parent = other.parent;
   children.swap(newChildren);  // the old children go with newChildren
   for (auto& child : children) child->SetParent(this);
+  TreeChanged();
 }
 
 void TreeNode::DeleteDataMembers() {
@@ -67,11 +78,13 @@ void TreeNode::DeleteDataMembers() {
   results.ClearResults();
   field.colNum = -1;
   field.name.clear();
+  TreeChanged();
 }
 
 bool TreeNode::CreateCriteriaForAllRecords() {
   if (criteria != nullptr) return SetErrorCode(kErrRootCriteriaExists);
   criteria = new AlwaysPassCriteria();
+  TreeChanged();
   return true;
 }
 
@@ -83,6 +96,7 @@ bool TreeNode::CreateCriteria(int colNum, const StatsRecord& record) {
   term.op = Equal;
   single->AddNewCriteria(term);  // its answer is not needed: the value read below fails too
   criteria = single.release();
+  TreeChanged();
   // The criteria stays attached when it cannot take the record's value.
   if (!criteria->SetValuesFromRecord(record)) return DumpLocation(kLocCriteriaValue);
   return true;
@@ -93,7 +107,15 @@ bool TreeNode::InitializeResults(const NodeResults& prototype) {
   return true;
 }
 
-void TreeNode::SetField(const Field& newField) { field = newField; }
+Criteria* TreeNode::GetCriteria() const {
+  TreeChanged();  // the caller may change the node's value through it
+  return criteria;
+}
+
+void TreeNode::SetField(const Field& newField) {
+  field = newField;
+  TreeChanged();
+}
 
 bool TreeNode::GetField(Field& out) const {
   out = field;
@@ -143,6 +165,7 @@ bool TreeNode::CreateChild(TreeNode*& child, bool& created, const StatsRecord* r
     if (IsErrorSet()) return DumpLocation(kLocChildTest);
   }
   created = true;
+  TreeChanged();
   children.push_back(std::make_unique<TreeNode>());
   children.back()->SetParent(this);
   child = children.back().get();
@@ -164,15 +187,61 @@ bool TreeNode::FindIthChild(TreeNode*& child, int& counter, int index) {
   return false;
 }
 
+bool TreeNode::ProbeEmpty(bool& empty) const {
+  if (field.name == kRootFieldName) {
+    empty = false;
+    return true;
+  }
+  std::string text;
+  if (criteria == nullptr || !criteria->GetCriteriaText(text, 0, false)) return false;
+  empty = text.empty() || text == sEmptyNodeName;
+  return true;
+}
+
+bool TreeNode::CollectVisibleChildren(std::vector<TreeNode*>& out) const {
+  for (const auto& child : children) {
+    bool empty = false;
+    if (!child->ProbeEmpty(empty)) return false;
+    if (!empty) {
+      out.push_back(child.get());
+    } else if (!child->CollectVisibleChildren(out)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+const std::vector<TreeNode*>* TreeNode::VisibleChildren() {
+  if (visibleGeneration != sTreeGeneration) {
+    visibleChildren.clear();
+    if (!CollectVisibleChildren(visibleChildren)) {
+      visibleGeneration = UINT64_MAX;
+      return nullptr;
+    }
+    visibleGeneration = sTreeGeneration;
+  }
+  return &visibleChildren;
+}
+
 bool TreeNode::GetChild(TreeNode*& child, int index) {
   if (index >= 0) {
-    int counter = 0;
-    if (FindIthChild(child, counter, index)) return true;
+    if (const std::vector<TreeNode*>* visible = VisibleChildren()) {
+      if (static_cast<size_t>(index) < visible->size()) {
+        child = (*visible)[static_cast<size_t>(index)];
+        return true;
+      }
+    } else {
+      int counter = 0;
+      if (FindIthChild(child, counter, index)) return true;
+    }
   }
   return SetErrorCode(kErrChildIndex);
 }
 
 int TreeNode::GetChildCount() {
+  if (const std::vector<TreeNode*>* visible = VisibleChildren()) {
+    return static_cast<int>(visible->size());
+  }
   int count = 0;
   for (auto& child : children) count += child->EmptyNode() ? child->GetChildCount() : 1;
   return count;

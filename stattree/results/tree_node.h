@@ -8,6 +8,13 @@
 // children appear in its place as children of its nearest non-empty
 // ancestor (GetChildCount, GetChild, GetParent).
 //
+// Visible children are cached per node and rebuilt on demand after any
+// change to any node (children appended, criteria, fields, copies), so that
+// walking all visible children costs linear time; a node below that cannot
+// be named is never cached and is reported on every walk. The criteria that
+// GetCriteria hands out are meant to be read: changing one later leaves the
+// names cached until the next change to a node.
+//
 // Ownership: a node owns its criteria, its results and its children, and
 // points at its parent. Children are held through owning pointers, so a
 // node's address never changes while the tree grows: pointers obtained from
@@ -20,6 +27,7 @@
 #ifndef STATTREE_RESULTS_TREE_NODE_H_
 #define STATTREE_RESULTS_TREE_NODE_H_
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <ostream>
@@ -55,7 +63,7 @@ class TreeNode {
   bool CreateCriteriaForAllRecords();
   // A single "=" term on `colNum` holding the record's value there.
   bool CreateCriteria(int colNum, const StatsRecord& record);
-  Criteria* GetCriteria() const { return criteria; }
+  Criteria* GetCriteria() const;
 
   bool InitializeResults(const NodeResults& prototype);
   void SetField(const Field& newField);
@@ -92,12 +100,20 @@ class TreeNode {
 
  private:
   bool FindIthChild(TreeNode*& child, int& counter, int index);
+  // Whether the node is empty, without reporting; false when it can't be
+  // named.
+  bool ProbeEmpty(bool& empty) const;
+  bool CollectVisibleChildren(std::vector<TreeNode*>& out) const;
+  // The cached visible children, or null when a node below can't be named.
+  const std::vector<TreeNode*>* VisibleChildren();
 
   Criteria* criteria = nullptr;  // owned
   NodeResults results;
   Field field;
   TreeNode* parent = nullptr;  // not owned
   std::vector<std::unique_ptr<TreeNode>> children;
+  std::vector<TreeNode*> visibleChildren;  // valid at visibleGeneration only
+  std::uint64_t visibleGeneration = UINT64_MAX;
 };
 
 }  // namespace stattree

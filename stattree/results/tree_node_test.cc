@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "stattree/results/results_test_util.h"
 
@@ -78,6 +79,27 @@ TEST_F(TreeNodeTest, ANodeWithoutNameCountsAsEmpty) {
   ASSERT_TRUE(root.GetChild(hidden, 0));
   EXPECT_EQ(Name(hidden), "X");
   EXPECT_EQ(hidden->GetParent(), &root);
+}
+
+TEST_F(TreeNodeTest, VisibleChildrenFollowEveryChange) {
+  TreeNode* blank = Descend(root, MapRecord{{1, ""}}, 1);
+  EXPECT_EQ(root.GetChildCount(), 0);
+  Descend(*blank, MapRecord{{2, "X"}}, 2);
+  EXPECT_EQ(root.GetChildCount(), 1);
+  blank->SetField(Field{"Root", -1});  // named "root" from now on: visible itself
+  TreeNode* child = nullptr;
+  ASSERT_TRUE(root.GetChild(child, 0));
+  EXPECT_EQ(child, blank);
+
+  // A child that can't be named is reported on every walk.
+  TreeNode* bare = nullptr;
+  bool created = false;
+  MapRecord other{{1, "Z"}};
+  ASSERT_TRUE(root.CreateChild(bare, created, &other));
+  TheErrorManager().Clear();
+  EXPECT_EQ(root.GetChildCount(), 1);
+  EXPECT_EQ(root.GetChildCount(), 1);
+  EXPECT_EQ(Locations(), (std::vector<int>{11150, 11152, 11150, 11152}));
 }
 
 TEST_F(TreeNodeTest, CopiesAreDeepAndRepointTheirChildren) {
