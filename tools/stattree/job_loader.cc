@@ -470,11 +470,13 @@ void JobParser::CheckNamesAgree() {
   std::map<std::string, const StatisticSpec*> subsets;
   auto columns = [](const std::vector<ColumnRef>& refs) {
     std::vector<std::string> names;
+    names.reserve(refs.size());
     for (const ColumnRef& ref : refs) names.push_back(ref.name);
     return names;
   };
   auto conditions = [](const std::vector<SubsetCondition>& where) {
     std::vector<std::string> texts;
+    texts.reserve(where.size());
     for (const SubsetCondition& c : where) {
       texts.push_back(c.column.name + "=" + c.value.ToString() +
                       (c.value.IsEmpty() ? "(empty)" : ""));
