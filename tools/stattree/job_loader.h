@@ -19,7 +19,7 @@
 // Every problem is reported, not only the first, as "<JSON pointer>:
 // <what is wrong and what was expected>"; the caller prefixes the file
 // name. Warnings (a spec that the statistic's type does not use) go to
-// Job::warnings and the spec is ignored.
+// Job::warnings and that part of the job is ignored.
 //
 // Stateless; safe to call from any thread.
 #ifndef STATTREE_TOOLS_JOB_LOADER_H_
