@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <string_view>
 #include <system_error>
 
 namespace stattree {
@@ -90,15 +91,39 @@ int Compare(const Variant& a, const Variant& b) {
   return a.GetReal() < b.GetReal() ? -1 : (a.GetReal() > b.GetReal() ? 1 : 0);
 }
 
-std::string RealText(double x) {
-  if (x == 0) return "0";  // also negative zero
-  char buffer[400];
+// Writes the text form of a real into `buffer`; returns its length.
+size_t FormatReal(double x, char* buffer, size_t size) {
+  if (x == 0) {  // also negative zero
+    buffer[0] = '0';
+    return 1;
+  }
   const double magnitude = std::fabs(x);
   const auto format = (magnitude >= 1e-6 && magnitude < 1e21) ? std::chars_format::fixed
                                                               : std::chars_format::scientific;
-  auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, x, format);
-  if (ec != std::errc()) return std::string();
-  return std::string(buffer, end);
+  auto [end, ec] = std::to_chars(buffer, buffer + size, x, format);
+  return ec == std::errc() ? static_cast<size_t>(end - buffer) : 0;
+}
+
+// The text form without allocating: numbers are formatted into `buffer`
+// (large enough for any double in fixed notation below 1e21).
+constexpr size_t kTextBufferSize = 400;
+
+std::string_view TextView(const Variant& v, char (&buffer)[kTextBufferSize]) {
+  switch (v.GetKind()) {
+    case Variant::Kind::Integer: {
+      auto [end, ec] = std::to_chars(buffer, buffer + kTextBufferSize, v.GetInteger());
+      (void)ec;  // cannot fail: 20 digits fit
+      return std::string_view(buffer, static_cast<size_t>(end - buffer));
+    }
+    case Variant::Kind::Real:
+      return std::string_view(buffer, FormatReal(v.GetReal(), buffer, kTextBufferSize));
+    case Variant::Kind::Text:
+      return v.GetText();
+    case Variant::Kind::Empty:
+    case Variant::Kind::Invalid:
+      break;
+  }
+  return std::string_view();
 }
 
 }  // namespace
@@ -129,17 +154,23 @@ void Variant::SetEmpty() noexcept {
   text_.clear();
 }
 
+// Called per record and per candidate by every "=" test, so it compares
+// the text forms without building strings.
 bool Variant::IsStringEquivalentTo(const Variant& other) const {
-  if (kind_ == Kind::Text && other.kind_ == Kind::Text) return text_ == other.text_;
-  return std::string(*this) == std::string(other);
+  if (kind_ == Kind::Integer && other.kind_ == Kind::Integer) return int_ == other.int_;
+  char mine[kTextBufferSize];
+  char theirs[kTextBufferSize];
+  return TextView(*this, mine) == TextView(other, theirs);
 }
 
 Variant::operator std::string() const {
   switch (kind_) {
     case Kind::Integer:
       return std::to_string(int_);
-    case Kind::Real:
-      return RealText(real_);
+    case Kind::Real: {
+      char buffer[kTextBufferSize];
+      return std::string(buffer, FormatReal(real_, buffer, sizeof buffer));
+    }
     case Kind::Text:
       return text_;
     case Kind::Empty:
