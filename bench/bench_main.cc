@@ -33,7 +33,7 @@ namespace stattree_bench {
 namespace {
 
 constexpr double kDefaultCapSeconds = 60.0;
-constexpr std::size_t kDefaultCheckRows = 20000;
+constexpr std::size_t kDefaultCheckRows = 10000;
 
 std::vector<WorkloadSpec> StandardWorkloads(bool quick) {
   if (quick) {
