@@ -16,6 +16,7 @@
 #include <ctime>
 #include <fstream>
 #include <iostream>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -34,6 +35,9 @@ namespace {
 
 constexpr double kDefaultCapSeconds = 60.0;
 constexpr std::size_t kDefaultCheckRows = 10000;
+// Contests whose three times add up to less than this are run kRounds times.
+constexpr double kRepeatBelowSeconds = 20.0;
+constexpr int kRounds = 3;
 
 std::vector<WorkloadSpec> StandardWorkloads(bool quick) {
   if (quick) {
@@ -73,6 +77,7 @@ struct Contest {
   ResultSet engineResults;
   ResultSet sqliteResults;
   ResultSet floorResults;
+  std::unique_ptr<SqliteContender> database;  // kept loaded for the timing rounds
 };
 
 void RunContest(const WorkloadSpec& spec, const Table& table, double capSeconds, Contest& contest) {
@@ -84,13 +89,13 @@ void RunContest(const WorkloadSpec& spec, const Table& table, double capSeconds,
   contest.floor = RunFloor(spec, table, capSeconds, contest.floorResults);
   std::cerr << ", " << StatusText("floor", contest.floor) << std::flush;
 
-  SqliteContender sqlite;
+  contest.database = std::make_unique<SqliteContender>();
   std::string error;
   const WallClock loading;
-  if (sqlite.Load(table, error)) {
+  if (contest.database->Load(table, error)) {
     std::cerr << ", SQLite insert " << std::lround(loading.Seconds()) << " s (untimed)"
               << std::flush;
-    contest.sqlite = sqlite.Run(spec, capSeconds, contest.sqliteResults);
+    contest.sqlite = contest.database->Run(spec, capSeconds, contest.sqliteResults);
   } else {
     contest.sqlite.message = error;
   }
@@ -98,6 +103,37 @@ void RunContest(const WorkloadSpec& spec, const Table& table, double capSeconds,
   for (const Outcome* outcome : {&contest.engine.outcome, &contest.sqlite, &contest.floor}) {
     if (outcome->status == Outcome::Failed) std::cerr << "  " << outcome->message << "\n";
   }
+}
+
+void KeepFaster(Outcome& best, const Outcome& another) {
+  if (another.status == Outcome::Done && another.seconds < best.seconds) {
+    best.seconds = another.seconds;
+  }
+}
+
+// Short contests are run again, the three contenders in turn, and each
+// keeps its fastest time: a burst of load on a shared machine then spoils
+// one round, not the ratio.
+void RepeatShortContest(const WorkloadSpec& spec, const Table& table, double capSeconds,
+                        Contest& contest) {
+  const Outcome* outcomes[] = {&contest.engine.outcome, &contest.sqlite, &contest.floor};
+  double seconds = 0;
+  for (const Outcome* outcome : outcomes) {
+    if (outcome->status != Outcome::Done) return;
+    seconds += outcome->seconds;
+  }
+  if (seconds >= kRepeatBelowSeconds) return;
+  for (int round = 1; round < kRounds; ++round) {
+    ResultSet scratch;
+    KeepFaster(contest.engine.outcome, RunEngine(spec, table, capSeconds, scratch).outcome);
+    scratch.Clear();
+    KeepFaster(contest.floor, RunFloor(spec, table, capSeconds, scratch));
+    scratch.Clear();
+    KeepFaster(contest.sqlite, contest.database->Run(spec, capSeconds, scratch));
+  }
+  std::cerr << "  fastest of " << kRounds << ": " << StatusText("stattree", contest.engine.outcome)
+            << ", " << StatusText("floor", contest.floor) << ", "
+            << StatusText("SQLite", contest.sqlite) << "\n";
 }
 
 struct Agreement {
@@ -161,11 +197,12 @@ ReportRow Measure(const WorkloadSpec& spec, double capSeconds, std::size_t check
     const Table table = GenerateRows(spec);
     Contest contest;
     RunContest(spec, table, capSeconds, contest);
+    full = CheckAgreement(contest);
+    RepeatShortContest(spec, table, capSeconds, contest);
     row.engine = contest.engine.outcome;
     row.treeBytes = contest.engine.treeBytes;
     row.sqlite = contest.sqlite;
     row.floor = contest.floor;
-    full = CheckAgreement(contest);
   }
 
   if (!first.same || !full.same) {
