@@ -104,28 +104,6 @@ size_t FormatReal(double x, char* buffer, size_t size) {
   return ec == std::errc() ? static_cast<size_t>(end - buffer) : 0;
 }
 
-// The text form without allocating: numbers are formatted into `buffer`
-// (large enough for any double in fixed notation below 1e21).
-constexpr size_t kTextBufferSize = 400;
-
-std::string_view TextView(const Variant& v, char (&buffer)[kTextBufferSize]) {
-  switch (v.GetKind()) {
-    case Variant::Kind::Integer: {
-      auto [end, ec] = std::to_chars(buffer, buffer + kTextBufferSize, v.GetInteger());
-      (void)ec;  // cannot fail: 20 digits fit
-      return std::string_view(buffer, static_cast<size_t>(end - buffer));
-    }
-    case Variant::Kind::Real:
-      return std::string_view(buffer, FormatReal(v.GetReal(), buffer, kTextBufferSize));
-    case Variant::Kind::Text:
-      return v.GetText();
-    case Variant::Kind::Empty:
-    case Variant::Kind::Invalid:
-      break;
-  }
-  return std::string_view();
-}
-
 }  // namespace
 
 Variant::Variant(int value) noexcept : kind_(Kind::Integer), int_(value) {}
@@ -158,9 +136,28 @@ void Variant::SetEmpty() noexcept {
 // the text forms without building strings.
 bool Variant::IsStringEquivalentTo(const Variant& other) const {
   if (kind_ == Kind::Integer && other.kind_ == Kind::Integer) return int_ == other.int_;
-  char mine[kTextBufferSize];
-  char theirs[kTextBufferSize];
-  return TextView(*this, mine) == TextView(other, theirs);
+  if (kind_ == Kind::Text && other.kind_ == Kind::Text) return text_ == other.text_;
+  TextBuffer mine;
+  TextBuffer theirs;
+  return TextView(mine) == other.TextView(theirs);
+}
+
+std::string_view Variant::TextView(TextBuffer& buffer) const {
+  switch (kind_) {
+    case Kind::Integer: {
+      auto [end, ec] = std::to_chars(buffer, buffer + kTextBufferSize, int_);
+      (void)ec;  // cannot fail: 20 digits fit
+      return std::string_view(buffer, static_cast<size_t>(end - buffer));
+    }
+    case Kind::Real:
+      return std::string_view(buffer, FormatReal(real_, buffer, kTextBufferSize));
+    case Kind::Text:
+      return text_;
+    case Kind::Empty:
+    case Kind::Invalid:
+      break;
+  }
+  return std::string_view();
 }
 
 Variant::operator std::string() const {
@@ -168,7 +165,7 @@ Variant::operator std::string() const {
     case Kind::Integer:
       return std::to_string(int_);
     case Kind::Real: {
-      char buffer[kTextBufferSize];
+      TextBuffer buffer;
       return std::string(buffer, FormatReal(real_, buffer, sizeof buffer));
     }
     case Kind::Text:

@@ -24,7 +24,9 @@
 #ifndef STATTREE_BOUNDARY_VARIANT_H_
 #define STATTREE_BOUNDARY_VARIANT_H_
 
+#include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace stattree {
 
@@ -66,6 +68,14 @@ class Variant {
 
   // True when both text forms are byte-equal: 5, 5.0 and "5" are equivalent.
   bool IsStringEquivalentTo(const Variant& other) const;
+
+  // Room for the text form of any number.
+  static constexpr size_t kTextBufferSize = 400;
+  using TextBuffer = char[kTextBufferSize];
+  // The text form (as operator std::string gives it) without allocating:
+  // numbers are written into `buffer`, text is viewed in place. The view
+  // lives as long as both the buffer and this value stay unchanged.
+  std::string_view TextView(TextBuffer& buffer) const;
 
   // Text form: "" for empty and invalid, decimal for integers, the shortest
   // round-trip digits for reals ("2", "2.5", "1e+21", "1.5e-07"), the text
