@@ -29,6 +29,8 @@ class MultipleCriteria : public Criteria {
   bool GetCriteriaValue(Variant& value, int index) const override;
   bool GetCriteriaText(std::string& text, int index, bool withOperator) const override;
   bool GetCriteria(CriteriaTerm& term, int index) const override;
+  // The terms themselves, without copies, for lookups made per record.
+  const std::vector<CriteriaTerm>& GetTerms() const { return criteria; }
   // Position by position up to the shorter term list: the first pair of
   // unequal values decides; all equal gives false.
   bool IsLessThan(const Criteria* other) const override;

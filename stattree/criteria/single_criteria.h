@@ -26,6 +26,8 @@ class SingleCriteria : public Criteria {
   bool GetCriteriaValue(Variant& value, int index) const override;
   bool GetCriteriaText(std::string& text, int index, bool withOperator) const override;
   bool GetCriteria(CriteriaTerm& term, int index) const override;
+  // The term itself, without a copy, for lookups made per record.
+  const CriteriaTerm& GetTerm() const { return criteria; }
   bool IsLessThan(const Criteria* other) const override;
   int GetCriteriaType() const override { return kSingleType; }
   // "Col 3 = North"
