@@ -29,6 +29,7 @@
 #include "stattree/statistics/stats_result.h"
 
 // results
+#include "stattree/results/first_match_index.h"
 #include "stattree/results/grouping_results.h"
 #include "stattree/results/node_results.h"
 #include "stattree/results/stats_set.h"

@@ -1,10 +1,16 @@
 #include "stattree/results/grouping_results.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <string_view>
+#include <typeinfo>
 
 #include "stattree/criteria/always_pass_criteria.h"
 #include "stattree/criteria/criteria.h"
+#include "stattree/criteria/multiple_criteria.h"
+#include "stattree/criteria/single_criteria.h"
 #include "stattree/engine/error_reporting.h"
+#include "stattree/results/first_match_index.h"
 
 namespace stattree {
 
@@ -22,7 +28,41 @@ constexpr int kLocNewSetRecord = 11012;
 constexpr int kLocMatchingSetRecord = 11015;
 constexpr int kLocTotalsRecord = 11020;
 
+// A grouping walks its combinations up to this many; past it, it indexes
+// them.
+constexpr std::size_t kLinearSets = 8;
+
+// The "=" terms of a plain single or multiple criteria, or null for any
+// other kind (a subclass included) or any other operator: only these are
+// known to mean text equality of each column.
+const CriteriaTerm* KeyTerms(const Criteria* criteria, std::size_t& count) {
+  if (criteria == nullptr) return nullptr;
+  const CriteriaTerm* terms = nullptr;
+  if (typeid(*criteria) == typeid(SingleCriteria)) {
+    terms = &static_cast<const SingleCriteria*>(criteria)->GetTerm();
+    count = 1;
+  } else if (typeid(*criteria) == typeid(MultipleCriteria)) {
+    const auto& all = static_cast<const MultipleCriteria*>(criteria)->GetTerms();
+    terms = all.data();
+    count = all.size();
+  } else {
+    return nullptr;
+  }
+  for (std::size_t i = 0; i < count; ++i) {
+    if (terms[i].op != Equal || terms[i].column == -1) return nullptr;
+  }
+  return count > 0 ? terms : nullptr;
+}
+
 }  // namespace
+
+struct GroupingResults::SetIndex {
+  std::vector<int> columns;     // the key columns, in term order
+  std::size_t indexedSets = 0;  // sets below this position are in `keys`
+  bool exact = true;            // false: some set's criteria can't be keyed
+  std::vector<Variant> values;  // the record's key values, reused per record
+  FirstMatchIndex keys;
+};
 
 GroupingResults::GroupingResults() = default;
 
@@ -36,6 +76,7 @@ GroupingResults& GroupingResults::operator=(const GroupingResults& other) {
 GroupingResults::~GroupingResults() = default;
 
 void GroupingResults::CopyDataMembers(const GroupingResults& other) {
+  setIndex.reset();
   groupings = other.groupings;
   prototype = other.prototype;
   totals = other.totals;
@@ -58,13 +99,24 @@ bool GroupingResults::AddNewStatsDefn(const StatsDefn& defn) {
 }
 
 bool GroupingResults::ProcessRecord(const StatsRecord& record) {
-  for (StatsSet& set : groupings) {
-    if (set.RecordMeetsCriteria(record)) {
-      if (!set.ProcessRecord(record)) return DumpLocation(kLocMatchingSetRecord);
+  std::size_t position = 0;
+  bool found = false;
+  if (FindIndexedSet(position, found, record)) {
+    if (found) {
+      if (!groupings[position].ProcessRecord(record)) return DumpLocation(kLocMatchingSetRecord);
       if (!totals.ProcessRecord(record)) return DumpLocation(kLocTotalsRecord);
       return true;
     }
-    if (IsErrorSet()) return DumpLocation(kLocMembershipTest);
+  } else {
+    // The reference walk: the index, where it decides, answers the same.
+    for (StatsSet& set : groupings) {
+      if (set.RecordMeetsCriteria(record)) {
+        if (!set.ProcessRecord(record)) return DumpLocation(kLocMatchingSetRecord);
+        if (!totals.ProcessRecord(record)) return DumpLocation(kLocTotalsRecord);
+        return true;
+      }
+      if (IsErrorSet()) return DumpLocation(kLocMembershipTest);
+    }
   }
   // A new combination: the failures below leave the new set in place.
   groupings.push_back(prototype);
@@ -75,7 +127,78 @@ bool GroupingResults::ProcessRecord(const StatsRecord& record) {
   return true;
 }
 
+bool GroupingResults::FindIndexedSet(std::size_t& position, bool& found,
+                                     const StatsRecord& record) {
+  // An error already set makes the walk fail at the first set that does
+  // not match: only the walk reproduces that.
+  if (groupings.size() <= kLinearSets || IsErrorSet()) return false;
+  SetIndex* index = CurrentSetIndex();
+  if (index == nullptr) return false;
+  std::size_t hash = 0;
+  for (std::size_t i = 0; i < index->columns.size(); ++i) {
+    // A failed read is reported by the first set's test, in the walk.
+    if (!record.GetValue(index->values[i], index->columns[i])) return false;
+    Variant::TextBuffer buffer;
+    hash = FirstMatchIndex::Combine(hash,
+                                    FirstMatchIndex::HashText(index->values[i].TextView(buffer)));
+  }
+  if (IsErrorSet()) return false;
+  const std::uint32_t match = index->keys.Find(hash, [&](std::uint32_t at) {
+    std::size_t count = 0;
+    const CriteriaTerm* terms = KeyTerms(groupings[at].GetCriteria(), count);
+    if (terms == nullptr || count != index->values.size()) return false;
+    for (std::size_t i = 0; i < count; ++i) {
+      if (!index->values[i].IsStringEquivalentTo(terms[i].value)) return false;
+    }
+    return true;
+  });
+  found = match != FirstMatchIndex::kNone;
+  if (found) position = match;
+  return true;
+}
+
+GroupingResults::SetIndex* GroupingResults::CurrentSetIndex() {
+  if (setIndex == nullptr) setIndex = std::make_unique<SetIndex>();
+  SetIndex& index = *setIndex;
+  if (!index.exact) return nullptr;
+  for (; index.indexedSets < groupings.size(); ++index.indexedSets) {
+    std::size_t count = 0;
+    const CriteriaTerm* terms = KeyTerms(groupings[index.indexedSets].GetCriteria(), count);
+    bool sameColumns = terms != nullptr && (index.columns.empty() || count == index.columns.size());
+    for (std::size_t i = 0; sameColumns && !index.columns.empty() && i < count; ++i) {
+      sameColumns = terms[i].column == index.columns[i];
+    }
+    if (!sameColumns) {
+      index.exact = false;
+      index.keys.Clear();
+      return nullptr;
+    }
+    if (index.columns.empty()) {
+      for (std::size_t i = 0; i < count; ++i) index.columns.push_back(terms[i].column);
+      index.values.resize(count);
+    }
+    std::size_t hash = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+      Variant::TextBuffer buffer;
+      hash = FirstMatchIndex::Combine(hash,
+                                      FirstMatchIndex::HashText(terms[i].value.TextView(buffer)));
+    }
+    const auto at = static_cast<std::uint32_t>(index.indexedSets);
+    index.keys.Insert(hash, at, [&](std::uint32_t other) {
+      std::size_t otherCount = 0;
+      const CriteriaTerm* otherTerms = KeyTerms(groupings[other].GetCriteria(), otherCount);
+      if (otherTerms == nullptr || otherCount != count) return false;
+      for (std::size_t i = 0; i < count; ++i) {
+        if (!otherTerms[i].value.IsStringEquivalentTo(terms[i].value)) return false;
+      }
+      return true;
+    });
+  }
+  return &index;
+}
+
 void GroupingResults::Finalize() {
+  setIndex.reset();  // the sort moves the sets
   for (StatsSet& set : groupings) set.Finalize();
   // A merge sort: whatever the comparison answers (sets without criteria
   // are equivalent to every set) it only permutes the vector.

@@ -3,9 +3,18 @@
 // Holds one StatsSet per grouping value combination met in the records, a
 // totals set fed with every record it is given, and a prototype set (the
 // grouping criteria clone and one unfed accumulator per statistic) from
-// which each new combination set is copied. Combinations are found by a
-// linear walk in first-met order; Finalize sorts them by their grouping
-// values, so indexes handed out before Finalize are stale after it.
+// which each new combination set is copied. A record's combination is the
+// first set in first-met order whose criteria it meets; Finalize sorts them
+// by their grouping values, so indexes handed out before Finalize are stale
+// after it.
+//
+// Past a few combinations the sets are found through an index of their
+// values' texts instead of a test per set. It answers exactly what the walk
+// would and is used only when that is provable: every set's criteria is a
+// plain single or multiple criteria of "=" terms on the same columns, no
+// error is set and the record's values read without one; otherwise the
+// walk runs. The criteria of the sets handed out by GetGroupingStatsSet are
+// for reading: the index does not follow values changed through them.
 //
 // Ownership: everything is held by value and copied deeply.
 //
@@ -13,7 +22,9 @@
 #ifndef STATTREE_RESULTS_GROUPING_RESULTS_H_
 #define STATTREE_RESULTS_GROUPING_RESULTS_H_
 
+#include <cstddef>
 #include <map>
+#include <memory>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -56,9 +67,19 @@ class GroupingResults {
  private:
   void CopyDataMembers(const GroupingResults& other);
 
+  struct SetIndex;
+  // Sets `found`, and `position` when found, from the index; false when the
+  // index can't decide and the walk must run.
+  bool FindIndexedSet(std::size_t& position, bool& found, const StatsRecord& record);
+  // The index brought up to date with the sets, or null when it can't be
+  // exact for them.
+  SetIndex* CurrentSetIndex();
+
   std::vector<StatsSet> groupings;
   StatsSet prototype;
   StatsSet totals;
+  // Built lazily past a few combinations; dropped by copies and Finalize.
+  std::unique_ptr<SetIndex> setIndex;
 };
 
 }  // namespace stattree

@@ -87,5 +87,49 @@ TEST_F(GroupingResultsTest, SortCopesWithValuesOfEveryKind) {
   EXPECT_EQ(sum, 40);
 }
 
+// Past a few combinations the sets are found through an index; these pin
+// that it answers exactly as the walk in first-met order.
+TEST_F(GroupingResultsTest, ManyCombinationsKeepFirstMetOrderAndTextEquivalence) {
+  StatsDefn twoColumns = testing::Grouped("N", Field{"Amount", 3}, StatsDefn::Count, "G",
+                                          {Field{"A", 1}, Field{"B", 2}});
+  GroupingResults grouping = Configured(twoColumns);
+  constexpr int kCombinations = 30;
+  for (int round = 0; round < 3; ++round) {
+    for (int i = kCombinations - 1; i >= 0; --i) {
+      // (i, "i") and ("i", i) are the same texts: one combination.
+      const MapRecord record = round == 1 ? MapRecord{{1, std::to_string(i)}, {2, i}}
+                                          : MapRecord{{1, i}, {2, std::to_string(i)}};
+      ASSERT_TRUE(grouping.ProcessRecord(record));
+    }
+  }
+  // Texts that only join to the same string stay apart.
+  ASSERT_TRUE(grouping.ProcessRecord(MapRecord{{1, "1"}, {2, "11"}}));
+  ASSERT_TRUE(grouping.ProcessRecord(MapRecord{{1, "11"}, {2, "1"}}));
+  ASSERT_EQ(grouping.GetGroupingsCount(), kCombinations + 2);
+  for (int index = 0; index < kCombinations; ++index) {
+    const StatsSet* set = grouping.GetGroupingStatsSet(index);
+    EXPECT_EQ(Combination(grouping, index), std::to_string(kCombinations - 1 - index));
+    EXPECT_EQ(set->GetRecordsProcessed(), 3);
+  }
+  EXPECT_EQ(grouping.GetTotalsStatsSet()->GetRecordsProcessed(), 3 * kCombinations + 2);
+  EXPECT_FALSE(IsErrorSet());
+}
+
+TEST_F(GroupingResultsTest, ManyCombinationsStillFailOnAnErrorOrAFailedRead) {
+  GroupingResults grouping = Configured(byRegion);
+  for (int i = 0; i < 20; ++i) ASSERT_TRUE(grouping.ProcessRecord(MapRecord{{5, i}}));
+  // An error already set: the first set matches, the second test fails.
+  TheErrorManager().Set(10940);
+  EXPECT_TRUE(grouping.ProcessRecord(MapRecord{{5, 0}}));
+  EXPECT_FALSE(grouping.ProcessRecord(MapRecord{{5, 12}}));
+  EXPECT_EQ(Locations(), (std::vector<int>{10740, 11270, 11000}));
+  TheErrorManager().Clear();
+  EXPECT_FALSE(grouping.ProcessRecord(MapRecord{{4, 12}}));
+  EXPECT_EQ(Locations(), (std::vector<int>{10610, 10740, 11270, 11000}));
+  EXPECT_EQ(grouping.GetGroupingsCount(), 20);
+  EXPECT_EQ(grouping.GetGroupingStatsSet(12)->GetRecordsProcessed(), 1);
+  EXPECT_EQ(grouping.GetTotalsStatsSet()->GetRecordsProcessed(), 21);
+}
+
 }  // namespace
 }  // namespace stattree

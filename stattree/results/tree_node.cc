@@ -1,5 +1,7 @@
 #include "stattree/results/tree_node.h"
 
+#include <string_view>
+#include <typeinfo>
 #include <utility>
 
 #include "stattree/criteria/always_pass_criteria.h"
@@ -7,6 +9,7 @@
 #include "stattree/criteria/criteria_term.h"
 #include "stattree/criteria/single_criteria.h"
 #include "stattree/engine/error_reporting.h"
+#include "stattree/results/first_match_index.h"
 
 namespace stattree {
 
@@ -32,7 +35,27 @@ std::uint64_t sTreeGeneration = 0;
 
 void TreeChanged() { ++sTreeGeneration; }
 
+// Bumped when the criteria of a node that some parent has indexed may
+// change; an index is good only at the generation it was built at. Not
+// bumped while records are processed, so indexes then only grow.
+std::uint64_t sIndexGeneration = 0;
+
+// A node walks its children up to this many; past it, it indexes them.
+constexpr std::size_t kLinearChildren = 8;
+
+const CriteriaTerm& TermOf(const Criteria& criteria) {
+  return static_cast<const SingleCriteria&>(criteria).GetTerm();
+}
+
 }  // namespace
+
+struct TreeNode::ChildIndex {
+  std::uint64_t generation = 0;
+  std::size_t indexedChildren = 0;  // children below this position are in `keys`
+  int column = -1;                  // the one column of every indexed term
+  bool exact = true;                // false: some child's criteria can't be keyed
+  FirstMatchIndex keys;
+};
 
 const std::string TreeNode::sEmptyNodeName = "[no name]";
 
@@ -54,6 +77,7 @@ void TreeNode::operator=(const TreeNode& other) {  // NOLINT(misc-unconventional
 
 void TreeNode::CopyDataMembers(const TreeNode& other) {
   if (this == &other) return;
+  CriteriaMayChange();
   std::unique_ptr<Criteria> newCriteria(other.criteria != nullptr ? other.criteria->Clone()
                                                                   : nullptr);
   std::vector<std::unique_ptr<TreeNode>> newChildren;
@@ -67,13 +91,16 @@ void TreeNode::CopyDataMembers(const TreeNode& other) {
   field = other.field;
   parent = other.parent;
   children.swap(newChildren);  // the old children go with newChildren
+  childIndex.reset();
   for (auto& child : children) child->SetParent(this);
   TreeChanged();
 }
 
 void TreeNode::DeleteDataMembers() {
+  CriteriaMayChange();
   delete criteria;
   criteria = nullptr;
+  childIndex.reset();
   children.clear();
   results.ClearResults();
   field.colNum = -1;
@@ -83,6 +110,7 @@ void TreeNode::DeleteDataMembers() {
 
 bool TreeNode::CreateCriteriaForAllRecords() {
   if (criteria != nullptr) return SetErrorCode(kErrRootCriteriaExists);
+  CriteriaMayChange();
   criteria = new AlwaysPassCriteria();
   TreeChanged();
   return true;
@@ -95,6 +123,7 @@ bool TreeNode::CreateCriteria(int colNum, const StatsRecord& record) {
   term.column = colNum;
   term.op = Equal;
   single->AddNewCriteria(term);  // its answer is not needed: the value read below fails too
+  CriteriaMayChange();
   criteria = single.release();
   TreeChanged();
   // The criteria stays attached when it cannot take the record's value.
@@ -108,8 +137,14 @@ bool TreeNode::InitializeResults(const NodeResults& prototype) {
 }
 
 Criteria* TreeNode::GetCriteria() const {
-  TreeChanged();  // the caller may change the node's value through it
+  // The caller may change the node's value through it.
+  TreeChanged();
+  CriteriaMayChange();
   return criteria;
+}
+
+void TreeNode::CriteriaMayChange() const {
+  if (inParentIndex) ++sIndexGeneration;
 }
 
 void TreeNode::SetField(const Field& newField) {
@@ -153,16 +188,27 @@ TreeNode* TreeNode::GetParent() {
 
 bool TreeNode::CreateChild(TreeNode*& child, bool& created, const StatsRecord* record) {
   if (record == nullptr) return SetErrorCode(kErrNullRecord);
-  for (auto& candidate : children) {
-    Criteria* test = candidate->criteria;
-    if (test == nullptr) continue;
-    if (test->RecordMeetsCriteria(*record)) {
-      child = candidate.get();
+  std::size_t position = 0;
+  bool found = false;
+  if (FindIndexedChild(position, found, *record)) {
+    if (found) {
+      child = children[position].get();
       created = false;
       return true;
     }
-    // Also catches an error left set by an earlier call, on purpose.
-    if (IsErrorSet()) return DumpLocation(kLocChildTest);
+  } else {
+    // The reference walk: the index, where it decides, answers the same.
+    for (auto& candidate : children) {
+      Criteria* test = candidate->criteria;
+      if (test == nullptr) continue;
+      if (test->RecordMeetsCriteria(*record)) {
+        child = candidate.get();
+        created = false;
+        return true;
+      }
+      // Also catches an error left set by an earlier call, on purpose.
+      if (IsErrorSet()) return DumpLocation(kLocChildTest);
+    }
   }
   created = true;
   TreeChanged();
@@ -170,6 +216,65 @@ bool TreeNode::CreateChild(TreeNode*& child, bool& created, const StatsRecord* r
   children.back()->SetParent(this);
   child = children.back().get();
   return true;
+}
+
+bool TreeNode::FindIndexedChild(std::size_t& position, bool& found, const StatsRecord& record) {
+  // An error already set makes the walk fail at the first child that does
+  // not match: only the walk reproduces that.
+  if (children.size() <= kLinearChildren || IsErrorSet()) return false;
+  ChildIndex* index = CurrentChildIndex();
+  if (index == nullptr) return false;
+  Variant value;
+  // A failed read is reported by the first child's test, in the walk.
+  if (!record.GetValue(value, index->column) || IsErrorSet()) return false;
+  Variant::TextBuffer buffer;
+  const std::string_view key = value.TextView(buffer);
+  const std::uint32_t match =
+      index->keys.Find(FirstMatchIndex::HashText(key), [&](std::uint32_t at) {
+        Variant::TextBuffer childBuffer;
+        return TermOf(*children[at]->criteria).value.TextView(childBuffer) == key;
+      });
+  found = match != FirstMatchIndex::kNone;
+  if (found) position = match;
+  return true;
+}
+
+TreeNode::ChildIndex* TreeNode::CurrentChildIndex() {
+  if (childIndex == nullptr || childIndex->generation != sIndexGeneration) {
+    childIndex = std::make_unique<ChildIndex>();
+    childIndex->generation = sIndexGeneration;
+  }
+  ChildIndex& index = *childIndex;
+  if (!index.exact) return nullptr;
+  for (; index.indexedChildren < children.size(); ++index.indexedChildren) {
+    TreeNode& candidate = *children[index.indexedChildren];
+    // From here on a change to its criteria drops the index, also for a
+    // child that has none yet (the walk skips it; it may get one later).
+    candidate.inParentIndex = true;
+    if (candidate.criteria == nullptr) continue;
+    // Only the plain single "=" test is known to mean text equality of one
+    // column; any other kind, a subclass included, keeps the walk.
+    const Criteria& test = *candidate.criteria;
+    const bool keyable = typeid(test) == typeid(SingleCriteria) && TermOf(test).op == Equal &&
+                         TermOf(test).column != -1 &&
+                         (index.column == -1 || TermOf(test).column == index.column);
+    if (!keyable) {
+      index.exact = false;
+      index.keys.Clear();
+      return nullptr;
+    }
+    index.column = TermOf(test).column;
+    Variant::TextBuffer buffer;
+    const std::string_view key = TermOf(test).value.TextView(buffer);
+    const auto at = static_cast<std::uint32_t>(index.indexedChildren);
+    index.keys.Insert(FirstMatchIndex::HashText(key), at, [&](std::uint32_t other) {
+      Variant::TextBuffer otherBuffer;
+      return TermOf(*children[other]->criteria).value.TextView(otherBuffer) == key;
+    });
+  }
+  // Only children without criteria so far: nothing to read the record by.
+  if (index.column == -1) return nullptr;
+  return &index;
 }
 
 bool TreeNode::FindIthChild(TreeNode*& child, int& counter, int index) {

@@ -15,6 +15,16 @@
 // GetCriteria hands out are meant to be read: changing one later leaves the
 // names cached until the next change to a node.
 //
+// CreateChild keeps, once a node has more than a few children, an index of
+// them by their value's text, so that a record finds its child without a
+// test per sibling. The index answers exactly what the walk in creation
+// order would, and is used only when that is provable: every child with a
+// criteria holds a plain single "=" term on one column, no error is set and
+// the record's value reads without one; otherwise the walk runs. It is
+// dropped whenever a child's criteria may change (GetCriteria, copies,
+// clearing); the same caveat as above holds for criteria changed later
+// through a pointer kept from GetCriteria.
+//
 // Ownership: a node owns its criteria, its results and its children, and
 // points at its parent. Children are held through owning pointers, so a
 // node's address never changes while the tree grows: pointers obtained from
@@ -27,6 +37,7 @@
 #ifndef STATTREE_RESULTS_TREE_NODE_H_
 #define STATTREE_RESULTS_TREE_NODE_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -107,6 +118,16 @@ class TreeNode {
   // The cached visible children, or null when a node below can't be named.
   const std::vector<TreeNode*>* VisibleChildren();
 
+  struct ChildIndex;
+  // Sets `found`, and `position` when found, from the index; false when the
+  // index can't decide and the walk must run.
+  bool FindIndexedChild(std::size_t& position, bool& found, const StatsRecord& record);
+  // The index brought up to date with the children, or null when it can't
+  // be exact for them.
+  ChildIndex* CurrentChildIndex();
+  // Called before this node's criteria may change.
+  void CriteriaMayChange() const;
+
   Criteria* criteria = nullptr;  // owned
   NodeResults results;
   Field field;
@@ -114,6 +135,11 @@ class TreeNode {
   std::vector<std::unique_ptr<TreeNode>> children;
   std::vector<TreeNode*> visibleChildren;  // valid at visibleGeneration only
   std::uint64_t visibleGeneration = UINT64_MAX;
+  // Built lazily past a few children: most nodes never have one.
+  std::unique_ptr<ChildIndex> childIndex;
+  // Set by the parent when this node's criteria became one of its index's
+  // keys (or was skipped as missing): changing it then drops the indexes.
+  bool inParentIndex = false;
 };
 
 }  // namespace stattree

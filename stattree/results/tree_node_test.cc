@@ -122,5 +122,107 @@ TEST_F(TreeNodeTest, CopiesAreDeepAndRepointTheirChildren) {
   EXPECT_EQ(north->GetChildCount(), 0);
 }
 
+// Past a few children a node finds its child through an index; these pin
+// that it answers exactly as the walk in creation order.
+class TreeNodeManyChildrenTest : public TreeNodeTest {
+ protected:
+  static constexpr int kChildren = 40;
+  void SetUp() override {
+    TreeNodeTest::SetUp();
+    for (int i = 0; i < kChildren; ++i) kids.push_back(Descend(root, Value(i), 1));
+  }
+  static MapRecord Value(int i) { return MapRecord{{1, "V" + std::to_string(i)}}; }
+
+  std::vector<TreeNode*> kids;
+};
+
+TEST_F(TreeNodeManyChildrenTest, FindsTheFirstTextEquivalentChildAndAppendsNewOnes) {
+  bool made = true;
+  for (int i = kChildren - 1; i >= 0; --i) {
+    EXPECT_EQ(Descend(root, Value(i), 1, &made), kids[static_cast<size_t>(i)]);
+    EXPECT_FALSE(made);
+  }
+  TreeNode* five = Descend(root, MapRecord{{1, 5.0}}, 1, &made);
+  EXPECT_TRUE(made);
+  EXPECT_EQ(Descend(root, MapRecord{{1, "5"}}, 1, &made), five);
+  EXPECT_FALSE(made);
+  EXPECT_EQ(Descend(root, MapRecord{{1, 5}}, 1, &made), five);
+  EXPECT_EQ(Name(five), "5");
+  TreeNode* last = nullptr;
+  ASSERT_TRUE(root.GetChild(last, kChildren));
+  EXPECT_EQ(last, five);
+  // A value without text is a key like any other.
+  TreeNode* blank = Descend(root, MapRecord{{1, ""}}, 1, &made);
+  EXPECT_TRUE(made);
+  EXPECT_EQ(Descend(root, MapRecord{{1, Variant()}}, 1, &made), blank);
+  EXPECT_FALSE(made);
+  EXPECT_EQ(HeldCode(), 0);
+}
+
+TEST_F(TreeNodeManyChildrenTest, AnErrorAlreadySetFailsAtTheFirstChildThatDoesNotMatch) {
+  TheErrorManager().Set(11140);
+  TreeNode* child = nullptr;
+  bool created = false;
+  MapRecord first = Value(0);
+  ASSERT_TRUE(root.CreateChild(child, created, &first));
+  EXPECT_EQ(child, kids[0]);
+  MapRecord later = Value(7);
+  EXPECT_FALSE(root.CreateChild(child, created, &later));
+  EXPECT_EQ(Locations(), (std::vector<int>{10640, 11130}));
+  EXPECT_EQ(root.GetChildCount(), kChildren);
+}
+
+TEST_F(TreeNodeManyChildrenTest, AFailedReadIsReportedByTheFirstChildsTest) {
+  TreeNode* child = nullptr;
+  bool created = false;
+  MapRecord unreadable{{2, "V3"}};
+  EXPECT_FALSE(root.CreateChild(child, created, &unreadable));
+  EXPECT_EQ(Locations(), (std::vector<int>{10610, 10640, 11130}));
+  EXPECT_EQ(root.GetChildCount(), kChildren);
+}
+
+TEST_F(TreeNodeManyChildrenTest, AChildOnAnotherColumnKeepsTheWalk) {
+  bool made = false;
+  TreeNode* other = Descend(root, MapRecord{{1, "new"}, {2, "W"}}, 2, &made);
+  ASSERT_TRUE(made);
+  // Only the child on column 2 matches: the walk finds it last.
+  EXPECT_EQ(Descend(root, MapRecord{{1, "none"}, {2, "W"}}, 1, &made), other);
+  EXPECT_FALSE(made);
+  EXPECT_EQ(Descend(root, MapRecord{{1, "V9"}, {2, "W"}}, 1, &made), kids[9]);
+}
+
+TEST_F(TreeNodeManyChildrenTest, ValuesChangedThroughGetCriteriaAreFound) {
+  ASSERT_TRUE(kids[3]->GetCriteria()->SetValuesFromRecord(MapRecord{{1, "Z"}}));
+  bool made = true;
+  EXPECT_EQ(Descend(root, MapRecord{{1, "Z"}}, 1, &made), kids[3]);
+  EXPECT_FALSE(made);
+  TreeNode* again = Descend(root, Value(3), 1, &made);
+  EXPECT_TRUE(made);
+  EXPECT_NE(again, kids[3]);
+}
+
+TEST_F(TreeNodeManyChildrenTest, CopiesAndClearedNodesFindTheirOwnChildren) {
+  TreeNode copy(root);
+  bool made = true;
+  TreeNode* copied = Descend(copy, Value(20), 1, &made);
+  EXPECT_FALSE(made);
+  EXPECT_EQ(copied->GetParent(), &copy);
+  EXPECT_NE(copied, kids[20]);
+  // A child assigned another value is found by it, and no longer by its old one.
+  *kids[4] = *kids[30];
+  EXPECT_EQ(Descend(root, Value(30), 1, &made), kids[4]);
+  EXPECT_FALSE(made);
+  Descend(root, Value(4), 1, &made);
+  EXPECT_TRUE(made);
+
+  root.DeleteDataMembers();
+  EXPECT_EQ(root.GetChildCount(), 0);
+  ASSERT_TRUE(root.CreateCriteriaForAllRecords());
+  root.SetField(Field{"Root", -1});
+  Descend(root, Value(1), 1, &made);
+  EXPECT_TRUE(made);
+  EXPECT_EQ(root.GetChildCount(), 1);
+}
+
 }  // namespace
 }  // namespace stattree
