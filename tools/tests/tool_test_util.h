@@ -12,7 +12,6 @@ namespace testing {
 
 struct ToolResult {
   int exitCode = -1;  // -1 when the child did not exit normally
-  int signal = 0;     // the terminating signal, if any
   std::string out;
   std::string err;
   long maxRssKb = 0;
@@ -33,16 +32,19 @@ class ScratchDir {
   std::string path_;
 };
 
-// Runs the tool with `args`; standard input comes from `stdinPath` (or
-// /dev/null when empty).
-ToolResult RunTool(const std::vector<std::string>& args, const std::string& stdinPath = "");
+std::string ReadFile(const std::string& path);
 
-// Runs the tool with a pipe as standard input: `feed` is called with a
-// write function and the child's pid, and the pipe is closed after it
-// returns.
-ToolResult RunToolFed(const std::vector<std::string>& args,
-                      const std::function<void(const std::function<bool(const std::string&)>& write,
-                                               int pid, int pipeFd)>& feed);
+// The running tool as its feeder sees it: standard input is a pipe.
+struct Child {
+  int pid;
+  int stdinFd;
+  bool Write(const std::string& data) const;  // false once the tool stopped reading
+};
+
+// Runs the tool with `args`; `feed`, if any, writes standard input, which is
+// closed after it returns.
+ToolResult RunTool(const std::vector<std::string>& args,
+                   const std::function<void(const Child&)>& feed = nullptr);
 
 }  // namespace testing
 }  // namespace cli
