@@ -123,7 +123,8 @@ int Runner::Run() {
   }
   if (options_.checkOnly) {
     out_ << options_.jobPath << ": fits " << dataName << " (" << header.size() << " columns, "
-         << job.statistics.size() << " statistics, " << job.tree.size() << " tree levels)\n";
+         << job.statistics.size() << " statistics, " << job.tree.size()
+         << (job.tree.size() == 1 ? " tree level)\n" : " tree levels)\n");
     return App::kExitOk;
   }
 
@@ -171,7 +172,7 @@ int Runner::Run() {
   }
   if (reader.GetSkippedRows() > 0) {
     err_ << "stattree: warning: " << dataName << ": skipped " << reader.GetSkippedRows()
-         << " bad rows\n";
+         << (reader.GetSkippedRows() == 1 ? " bad row\n" : " bad rows\n");
   }
 
   Report report;

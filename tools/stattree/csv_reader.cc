@@ -145,13 +145,28 @@ bool CsvReader::Fill() {
     error_ = "read error: " + source_.GetError();
     return false;
   }
+  static constexpr char kBom[] = "\xEF\xBB\xBF";
   if (n == 0) {
+    // A mark cut short by the end of the input was data after all.
+    if (bomMatched_ > 0) Feed(kBom, static_cast<std::size_t>(bomMatched_));
+    bomMatched_ = -1;
     Finish();
     return false;
   }
   const char* begin = buffer_.get();
   const char* end = begin + n;
-  if (bytesRead_ == 0 && n >= 3 && std::memcmp(begin, "\xEF\xBB\xBF", 3) == 0) begin += 3;
+  // The mark may arrive split over several reads (a pipe), so it is matched
+  // byte by byte and given back when the input turns out to be no mark.
+  while (bomMatched_ >= 0 && bomMatched_ < 3 && begin < end) {
+    if (*begin != kBom[bomMatched_]) {
+      if (bomMatched_ > 0) Feed(kBom, static_cast<std::size_t>(bomMatched_));
+      bomMatched_ = -1;
+      break;
+    }
+    ++begin;
+    ++bomMatched_;
+  }
+  if (bomMatched_ == 3) bomMatched_ = -1;
   bytesRead_ += n;
   while (begin < end && !failed_) {
     const void* newline = std::memchr(begin, '\n', static_cast<std::size_t>(end - begin));

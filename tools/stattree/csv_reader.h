@@ -93,6 +93,8 @@ class CsvReader {
   long long lastRowLine_ = 0;
   long long skippedRows_ = 0;
   long long bytesRead_ = 0;
+  // Bytes of a leading UTF-8 byte order mark matched so far; -1 once decided.
+  int bomMatched_ = 0;
   bool eof_ = false;
   bool failed_ = false;
   std::string error_;
