@@ -1,6 +1,6 @@
-// Helpers shared by the criteria tests: a record over a column map whose
-// reads are logged and whose failure description can be steered, and a
-// fixture that starts each test with no error held.
+// Helpers shared by the criteria, definitions and statistics tests: a record
+// over a column map whose reads are logged and can be made to fail, the
+// error held, and a fixture that starts and ends each test with none held.
 #ifndef STATTREE_CRITERIA_CRITERIA_TEST_UTIL_H_
 #define STATTREE_CRITERIA_CRITERIA_TEST_UTIL_H_
 
@@ -8,6 +8,7 @@
 
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "stattree/boundary/stats_record.h"
@@ -17,9 +18,11 @@
 namespace stattree {
 namespace testing {
 
-// Columns missing from the map can't be read.
+// Columns missing from the map can't be read, nor can any column from read
+// number `failFromRead` on (1 = the first; 0 = never).
 class MapRecord : public StatsRecord {
  public:
+  // GetError declines, answers leaving the caller's presets, or fills in.
   enum class Describe { Decline, LeavePresets, Fill };
 
   explicit MapRecord(std::map<int, Variant> columns = {}, Describe how = Describe::Decline)
@@ -29,6 +32,7 @@ class MapRecord : public StatsRecord {
     readColumns.push_back(colNum);
     auto found = values.find(colNum);
     if (found == values.end()) return false;
+    if (failFromRead > 0 && static_cast<int>(readColumns.size()) >= failFromRead) return false;
     value = found->second;
     return true;
   }
@@ -44,6 +48,7 @@ class MapRecord : public StatsRecord {
 
   std::map<int, Variant> values;
   Describe describe;
+  int failFromRead = 0;
   mutable std::vector<int> readColumns;
 };
 
@@ -51,22 +56,44 @@ inline CriteriaTerm Term(int column, CriteriaOperator op, const Variant& value) 
   return CriteriaTerm{column, op, value};
 }
 
-class CriteriaTest : public ::testing::Test {
+// Everything the error manager holds; `set` is Get's answer.
+struct HeldError {
+  bool set = false;
+  int code = -1;
+  int second = -1;
+  std::string message = "unset";
+  bool flag = true;
+  std::string detail;
+  std::vector<int> locations;
+};
+
+inline HeldError Held() {
+  HeldError held;
+  held.set = TheErrorManager().Get(held.code, held.second, held.message, held.flag);
+  held.detail = TheErrorManager().GetDetail();
+  held.locations = TheErrorManager().GetLocations();
+  return held;
+}
+
+class ErrorTest : public ::testing::Test {
  protected:
   void SetUp() override { TheErrorManager().Clear(); }
   void TearDown() override { TheErrorManager().Clear(); }
 
   static std::vector<int> Locations() { return TheErrorManager().GetLocations(); }
+  // Expects exactly this error, then clears it.
   static void ExpectError(int code, const std::string& detail, const std::vector<int>& locations) {
-    int held = -1;
-    int second = 0;
-    std::string message;
-    bool flag = false;
-    EXPECT_TRUE(TheErrorManager().Get(held, second, message, flag));
-    EXPECT_EQ(held, code);
-    EXPECT_EQ(TheErrorManager().GetDetail(), detail);
-    EXPECT_EQ(Locations(), locations);
+    const HeldError held = Held();
+    EXPECT_TRUE(held.set);
+    EXPECT_EQ(held.code, code);
+    EXPECT_EQ(held.detail, detail);
+    EXPECT_EQ(held.locations, locations);
     TheErrorManager().Clear();
+  }
+  static void ExpectRefused(bool result, int code, const std::string& detail,
+                            const std::vector<int>& locations) {
+    EXPECT_FALSE(result);
+    ExpectError(code, detail, locations);
   }
   static void ExpectNoError() {
     EXPECT_FALSE(IsErrorSet());
