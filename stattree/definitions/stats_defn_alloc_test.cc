@@ -5,13 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <functional>
 #include <new>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "stattree/criteria/criteria_set.h"
+#include "stattree/criteria/criteria_test_util.h"
 #include "stattree/definitions/stats_defn.h"
 #include "stattree/definitions/stats_defn_test_util.h"
 
@@ -43,87 +43,54 @@ void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
 namespace stattree {
 namespace {
 
-using testing_util::CurrentError;
-using testing_util::Dump;
-using testing_util::MakeField;
-using testing_util::MakePair;
-using testing_util::StatsDefnTest;
+using namespace testing_util;
 
-constexpr int kOutOfMemoryCode = 10001;
-constexpr int kMaxAllocations = 1000;
+constexpr long kMaxAllocations = 1000;
 
-// Runs `build` on a fresh definition with the n-th allocation failing, for
-// n = 0, 1, ... until it succeeds. Each failure must be reported at
-// `location` and leave the definition exactly as it was.
-void ExpectEveryAllocationFailureCaught(const std::function<bool(StatsDefn&)>& build,
-                                        int location) {
-  int failures = 0;
-  for (long n = 0; n < kMaxAllocations; ++n) {
-    StatsDefn defn("Sales", MakeField("Amount", 4), StatsDefn::EnumCount);
-    const std::string before = Dump(defn, "");
-    TheErrorManager().Clear();
-    gFailCountdown = n;
-    const bool built = build(defn);
-    const bool failureInjected = gFailCountdown == -1;
-    gFailCountdown = -1;
-    if (built) {
-      EXPECT_FALSE(failureInjected) << "allocation " << n << " failed silently";
-      EXPECT_GT(failures, 0);
-      return;
+using StatsDefnOutOfMemory = testing::ErrorTest;
+
+// Each failure is reported at the builder's own location and leaves the
+// definition as it was; the leak checker sees whatever was half built.
+TEST_F(StatsDefnOutOfMemory, EveryBuilderFailsCleanlyAtEachAllocation) {
+  const std::pair<Build, int> builders[] = {
+      {Grouping({MakeField("Year", 0), MakeField("Month", 1)}), 11617},
+      {Subset({MakePair("Region", 5, Variant("North")), MakePair("Year", 0, Variant(2004))}),
+       11637},
+      {EnumList({"South", "North"}), 11665},
+      {EnumSet({"South", "North"}), 11695},
+      {Edges({Variant(0), Variant(10)}), 11725},
+      {Bins(3), 11755},
+  };
+  for (const auto& [build, location] : builders) {
+    bool built = false;
+    for (long n = 0; n < kMaxAllocations && !built; ++n) {
+      SCOPED_TRACE(std::to_string(location) + " allocation " + std::to_string(n));
+      StatsDefn defn("Sales", MakeField("Amount", 4), StatsDefn::EnumCount);
+      const std::string before = Dump(defn, "");
+      gFailCountdown = n;
+      built = build(defn);
+      const bool injected = gFailCountdown == -1;
+      gFailCountdown = -1;
+      if (built) {
+        EXPECT_FALSE(injected) << "failure swallowed";
+        EXPECT_GT(n, 0);
+      } else {
+        ExpectError(10001, "", {location});
+        EXPECT_EQ(Dump(defn, ""), before);
+      }
     }
-    ++failures;
-    const auto held = CurrentError();
-    ASSERT_EQ(held.code, kOutOfMemoryCode) << "allocation " << n;
-    EXPECT_EQ(held.locations, std::vector<int>{location}) << "allocation " << n;
-    EXPECT_EQ(Dump(defn, ""), before) << "allocation " << n;
-    EXPECT_EQ(defn.GetEnumCriteriaSet(), nullptr);
+    EXPECT_TRUE(built) << location;
   }
-  ADD_FAILURE() << "never succeeded";
-}
-
-using StatsDefnOutOfMemory = StatsDefnTest;
-
-TEST_F(StatsDefnOutOfMemory, GroupingBuilderReportsAtItsLocation) {
-  const std::vector<Field> fields{MakeField("Year", 0), MakeField("Month", 1)};
-  ExpectEveryAllocationFailureCaught(
-      [&](StatsDefn& defn) { return defn.CreateGroupingSpec("ByYear", fields); }, 11617);
-}
-
-TEST_F(StatsDefnOutOfMemory, SubsetBuilderReportsAtItsLocation) {
-  const std::vector<SubsetFieldValPair> pairs{MakePair("Region", 5, Variant("North")),
-                                              MakePair("Year", 0, Variant(2004))};
-  ExpectEveryAllocationFailureCaught(
-      [&](StatsDefn& defn) { return defn.CreateSubsetSpec("North", pairs); }, 11637);
-}
-
-TEST_F(StatsDefnOutOfMemory, EnumBuildersReportAtTheirLocations) {
-  const std::vector<std::string> list{"South", "North"};
-  const std::set<std::string> set{"South", "North"};
-  ExpectEveryAllocationFailureCaught([&](StatsDefn& defn) { return defn.CreateEnumSpec(list); },
-                                     11665);
-  ExpectEveryAllocationFailureCaught([&](StatsDefn& defn) { return defn.CreateEnumSpec(set); },
-                                     11695);
-}
-
-TEST_F(StatsDefnOutOfMemory, HistogramBuildersReportAtTheirLocations) {
-  std::vector<Variant> edges{Variant(0), Variant(10)};
-  ExpectEveryAllocationFailureCaught(
-      [&](StatsDefn& defn) { return defn.CreateHistogramSpec(edges, LowerEdgeInclusive); }, 11725);
-  ExpectEveryAllocationFailureCaught(
-      [&](StatsDefn& defn) { return defn.CreateHistogramSpec(Variant(0), Variant(10), 3); }, 11755);
 }
 
 TEST_F(StatsDefnOutOfMemory, FailedCopyLeaksNothingAndLeavesTheSourceIntact) {
-  StatsDefn source("Sales", MakeField("Amount", 4), StatsDefn::EnumCount);
-  ASSERT_TRUE(source.CreateGroupingSpec("ByYear", {MakeField("Year", 0)}));
-  ASSERT_TRUE(source.CreateSubsetSpec("North", {MakePair("Region", 5, Variant("North"))}));
-  ASSERT_TRUE(source.CreateEnumSpec(std::vector<std::string>{"Web", "Store"}));
-  const std::string before = Dump(source, "");
+  auto source = FullDefn();
+  const std::string before = Dump(*source, "");
   bool copied = false;
   for (long n = 0; n < kMaxAllocations && !copied; ++n) {
     gFailCountdown = n;
     try {
-      StatsDefn copy(source);
+      StatsDefn copy(*source);
       gFailCountdown = -1;
       copied = true;
       EXPECT_EQ(Dump(copy, ""), before);
@@ -132,7 +99,7 @@ TEST_F(StatsDefnOutOfMemory, FailedCopyLeaksNothingAndLeavesTheSourceIntact) {
     }
   }
   EXPECT_TRUE(copied);
-  EXPECT_EQ(Dump(source, ""), before);
+  EXPECT_EQ(Dump(*source, ""), before);
 }
 
 }  // namespace

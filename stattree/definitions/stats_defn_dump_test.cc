@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <set>
 #include <string>
 #include <vector>
 
+#include "stattree/criteria/criteria_test_util.h"
 #include "stattree/definitions/stats_defn.h"
 #include "stattree/definitions/stats_defn_test_util.h"
 
@@ -12,9 +14,8 @@ namespace {
 using testing_util::Dump;
 using testing_util::MakeField;
 using testing_util::MakePair;
-using testing_util::StatsDefnTest;
 
-using StatsDefnDump = StatsDefnTest;
+using StatsDefnDump = testing::ErrorTest;
 
 TEST_F(StatsDefnDump, DefaultDefinitionWithNullPrefix) {
   StatsDefn defn;
@@ -38,21 +39,7 @@ TEST_F(StatsDefnDump, GroupedSumWithPrefix) {
             "            : fields=Year(Col 0), Month(Col 1)\r\n");
 }
 
-TEST_F(StatsDefnDump, SubsetPairsShowTheirValues) {
-  StatsDefn defn("Northern", MakeField("Qty", -7), StatsDefn::Average);
-  ASSERT_TRUE(defn.CreateSubsetSpec(
-      "North2004", {MakePair("Region", 5, Variant("North")), MakePair("Year", 0, Variant(2004)),
-                    MakePair("Note", 2, Variant())}));
-  EXPECT_EQ(Dump(defn, ""),
-            "Name      : Northern\r\n"
-            "Field     : Qty(Col = -7)\r\n"
-            "Type      : Average\r\n"
-            "Subset    : name=North2004\r\n"
-            "          : field_values=Region(Col 5)=North, Year(Col 0)=2004, Note(Col 2)=\r\n"
-            "Grouping  : No grouping spec\r\n");
-}
-
-TEST_F(StatsDefnDump, EnumCountListsItsValuesOnOneLine) {
+TEST_F(StatsDefnDump, EnumCountListsItsValuesInListOrder) {
   StatsDefn defn("Regions", MakeField("Region", 5), StatsDefn::EnumCount);
   ASSERT_TRUE(defn.CreateEnumSpec(std::vector<std::string>{"South", "North"}));
   EXPECT_EQ(Dump(defn, "* "),
@@ -66,15 +53,17 @@ TEST_F(StatsDefnDump, EnumCountListsItsValuesOnOneLine) {
 
 TEST_F(StatsDefnDump, EnumPercentWithGroupingAndSubset) {
   StatsDefn defn("Share", MakeField("Region", 5), StatsDefn::EnumPercent);
-  ASSERT_TRUE(defn.CreateSubsetSpec("Y", {MakePair("Year", 0, Variant(2004))}));
+  ASSERT_TRUE(defn.CreateSubsetSpec(
+      "North2004", {MakePair("Region", 5, Variant("North")), MakePair("Year", 0, Variant(2004)),
+                    MakePair("Note", 2, Variant())}));
   ASSERT_TRUE(defn.CreateGroupingSpec("ByMonth", {MakeField("Month", 1)}));
   ASSERT_TRUE(defn.CreateEnumSpec(std::set<std::string>{"b", "a"}));
   EXPECT_EQ(Dump(defn, ""),
             "Name      : Share\r\n"
             "Field     : Region(Col = 5)\r\n"
             "Type      : EnumPercent\r\n"
-            "Subset    : name=Y\r\n"
-            "          : field_values=Year(Col 0)=2004\r\n"
+            "Subset    : name=North2004\r\n"
+            "          : field_values=Region(Col 5)=North, Year(Col 0)=2004, Note(Col 2)=\r\n"
             "Grouping  : name=ByMonth\r\n"
             "          : fields=Month(Col 1)\r\n"
             "Enum Percent Distinct Values: a, b\r\n");
@@ -83,41 +72,30 @@ TEST_F(StatsDefnDump, EnumPercentWithGroupingAndSubset) {
 TEST_F(StatsDefnDump, HistogramBinsAreIndentedElevenSpacesPastThePrefix) {
   StatsDefn defn("Amounts", MakeField("Amount", 4), StatsDefn::Histogram1);
   ASSERT_TRUE(defn.CreateHistogramSpec(Variant(0), Variant(10), 2));
-  EXPECT_EQ(Dump(defn, ""),
-            "Name      : Amounts\r\n"
-            "Field     : Amount(Col = 4)\r\n"
-            "Type      : Histogram1\r\n"
-            "Subset    : No subset spec\r\n"
-            "Grouping  : No grouping spec\r\n"
-            "Histogram Bins:\r\n"
-            "           ??? >= Col 4 < 0\r\n"
-            "           0 >= Col 4 < 10\r\n"
-            "           10 >= Col 4 < 20\r\n"
-            "           20 >= Col 4 < ???\r\n");
-  const std::string withPrefix = Dump(defn, "> ");
-  EXPECT_NE(withPrefix.find("> Histogram Bins:\r\n>            ??? >= Col 4 < 0\r\n"),
-            std::string::npos);
+  EXPECT_EQ(Dump(defn, "> "),
+            "> Name      : Amounts\r\n"
+            "> Field     : Amount(Col = 4)\r\n"
+            "> Type      : Histogram1\r\n"
+            "> Subset    : No subset spec\r\n"
+            "> Grouping  : No grouping spec\r\n"
+            "> Histogram Bins:\r\n"
+            ">            ??? >= Col 4 < 0\r\n"
+            ">            0 >= Col 4 < 10\r\n"
+            ">            10 >= Col 4 < 20\r\n"
+            ">            20 >= Col 4 < ???\r\n");
 }
 
-TEST_F(StatsDefnDump, NonDistributionTypeWithSpecEndsWithThePrefixAlone) {
-  StatsDefn defn("Total", MakeField("Amount", 4), StatsDefn::Count);
+TEST_F(StatsDefnDump, SpecOfANonDistributionTypeLeavesThePrefixAlone) {
+  StatsDefn defn(std::string(60, 'n'), MakeField(std::string(60, 'f'), 12), StatsDefn::Count);
   ASSERT_TRUE(defn.CreateEnumSpec(std::vector<std::string>{"a"}));
-  EXPECT_EQ(Dump(defn, "##"),
-            "##Name      : Total\r\n"
-            "##Field     : Amount(Col = 4)\r\n"
-            "##Type      : Count\r\n"
-            "##Subset    : No subset spec\r\n"
-            "##Grouping  : No grouping spec\r\n"
-            "##");
-}
-
-TEST_F(StatsDefnDump, NameIsCutTo49CharactersButFieldNameIsNot) {
-  const std::string longName(60, 'n');
-  const std::string longField(60, 'f');
-  StatsDefn defn(longName, MakeField(longField, 12), StatsDefn::Min);
-  const std::string text = Dump(defn, "");
-  EXPECT_EQ(text.substr(0, text.find("\r\n")), "Name      : " + std::string(49, 'n'));
-  EXPECT_NE(text.find("Field     : " + longField + "(Col = 12)\r\n"), std::string::npos);
+  // The name is cut to 49 characters, the field name is not.
+  EXPECT_EQ(Dump(defn, "##"), "##Name      : " + std::string(49, 'n') +
+                                  "\r\n##Field     : " + std::string(60, 'f') +
+                                  "(Col = 12)\r\n"
+                                  "##Type      : Count\r\n"
+                                  "##Subset    : No subset spec\r\n"
+                                  "##Grouping  : No grouping spec\r\n"
+                                  "##");
 }
 
 }  // namespace

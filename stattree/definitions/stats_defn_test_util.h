@@ -1,57 +1,58 @@
-// Helpers shared by the StatsDefn tests.
+// Helpers shared by the StatsDefn tests; the fixture and the record come
+// from the criteria tests' helpers.
 #ifndef STATTREE_DEFINITIONS_STATS_DEFN_TEST_UTIL_H_
 #define STATTREE_DEFINITIONS_STATS_DEFN_TEST_UTIL_H_
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <memory>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "stattree/definitions/stats_defn.h"
-#include "stattree/engine/error_reporting.h"
 
 namespace stattree {
 namespace testing_util {
 
-// The error the manager holds, with everything the tests compare.
-struct HeldError {
-  bool set = false;
-  int code = 0;
-  std::string detail;
-  std::vector<int> locations;
-};
-
-inline HeldError CurrentError() {
-  HeldError held;
-  int second = 0;
-  std::string message;
-  bool flag = false;
-  held.set = TheErrorManager().Get(held.code, second, message, flag);
-  held.detail = TheErrorManager().GetDetail();
-  held.locations = TheErrorManager().GetLocations();
-  return held;
-}
-
-// Every test starts and ends without a held error.
-class StatsDefnTest : public ::testing::Test {
- protected:
-  void SetUp() override { TheErrorManager().Clear(); }
-  void TearDown() override { TheErrorManager().Clear(); }
-};
-
-inline Field MakeField(const std::string& name, int colNum) {
-  Field field;
-  field.name = name;
-  field.colNum = colNum;
-  return field;
-}
+inline Field MakeField(const std::string& name, int colNum) { return Field{name, colNum}; }
 
 inline SubsetFieldValPair MakePair(const std::string& name, int colNum, const Variant& value) {
-  SubsetFieldValPair pair;
-  pair.field = MakeField(name, colNum);
-  pair.value = value;
-  return pair;
+  return SubsetFieldValPair{MakeField(name, colNum), value};
+}
+
+// The spec builders, bound to their arguments.
+using Build = std::function<bool(StatsDefn&)>;
+inline Build Grouping(const std::vector<Field>& fields) {
+  return [fields](StatsDefn& defn) { return defn.CreateGroupingSpec("G", fields); };
+}
+inline Build Subset(const std::vector<SubsetFieldValPair>& pairs) {
+  return [pairs](StatsDefn& defn) { return defn.CreateSubsetSpec("S", pairs); };
+}
+inline Build EnumList(const std::vector<std::string>& values) {
+  return [values](StatsDefn& defn) { return defn.CreateEnumSpec(values); };
+}
+inline Build EnumSet(const std::set<std::string>& values) {
+  return [values](StatsDefn& defn) { return defn.CreateEnumSpec(values); };
+}
+inline Build Edges(const std::vector<Variant>& edges) {
+  return [edges = edges](StatsDefn& defn) mutable {
+    return defn.CreateHistogramSpec(edges, LowerEdgeInclusive);
+  };
+}
+inline Build Bins(int count) {
+  return [=](StatsDefn& defn) { return defn.CreateHistogramSpec(Variant(0), Variant(10), count); };
+}
+
+// A definition with all three specs.
+inline std::unique_ptr<StatsDefn> FullDefn() {
+  auto defn = std::make_unique<StatsDefn>("Sales", MakeField("Amount", 4), StatsDefn::EnumCount);
+  EXPECT_TRUE(defn->CreateGroupingSpec("ByYear", {MakeField("Year", 0), MakeField("Month", 1)}));
+  EXPECT_TRUE(defn->CreateSubsetSpec("North", {MakePair("Region", 5, Variant("North"))}));
+  EXPECT_TRUE(defn->CreateEnumSpec(std::vector<std::string>{"b", "a"}));
+  return defn;
 }
 
 inline std::string Dump(StatsDefn& defn, const char* prefix) {
