@@ -6,34 +6,39 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
-#include "stattree/engine/error_reporting.h"
+#include "stattree/criteria/criteria_test_util.h"
 #include "stattree/statistics/scalar_results.h"
-#include "stattree/statistics/statistics_test_util.h"
 
 namespace stattree {
 namespace {
 
-using testing::GetHeldError;
-using testing::HeldLocations;
-using testing::OneValueRecord;
+using testing::MapRecord;
+using Type = StatsDefn::StatsType;
 
 constexpr int kColumn = 3;
 
-class ScalarTest : public ::testing::Test {
- protected:
-  void SetUp() override { TheErrorManager().Clear(); }
-  void TearDown() override { TheErrorManager().Clear(); }
+// Kind and text of a value: "I:7", "R:2.5", "T:pear", "E:" (empty), "X:"
+// (invalid).
+std::string Shown(const Variant& value) {
+  return std::string(1, "EIRTX"[static_cast<int>(value.GetKind())]) + ":" + value.ToString();
+}
 
-  static std::unique_ptr<StatsResult> Make(StatsDefn::StatsType type) {
+std::string ShownReal(double value) { return Shown(Variant(value)); }
+
+class ScalarTest : public testing::ErrorTest {
+ protected:
+  static std::unique_ptr<StatsResult> Make(Type type) {
     return std::unique_ptr<StatsResult>(StatsResult::New(type, kColumn));
   }
 
   // Feeds every value in order, expecting each record to be taken.
   void Feed(StatsResult& result, const std::vector<Variant>& values) {
     for (const Variant& value : values) {
-      record.value = value;
+      record.values[kColumn] = value;
       ASSERT_TRUE(result.ProcessRecord(record));
     }
   }
@@ -44,18 +49,20 @@ class ScalarTest : public ::testing::Test {
     return value;
   }
 
-  static Variant FinalOf(StatsDefn::StatsType type, const std::vector<Variant>& values) {
+  std::string FinalOf(Type type, const std::vector<Variant>& values) {
     auto result = Make(type);
-    OneValueRecord feeder;
-    for (const Variant& value : values) {
-      feeder.value = value;
-      EXPECT_TRUE(result->ProcessRecord(feeder));
-    }
+    Feed(*result, values);
     result->Finalize();
-    return ResultOf(*result);
+    return Shown(ResultOf(*result));
   }
 
-  OneValueRecord record;
+  static std::string DumpOf(StatsResult& result) {
+    std::ostringstream out;
+    result.DumpObject(out);
+    return out.str();
+  }
+
+  MapRecord record{{}, MapRecord::Describe::LeavePresets};
 };
 
 using StatsResultFactory = ScalarTest;
@@ -63,13 +70,7 @@ using ScalarResults = ScalarTest;
 using ScalarReadFailure = ScalarTest;
 
 TEST_F(StatsResultFactory, MakesTheClassOfEachTypeWithItsFlags) {
-  struct Expected {
-    StatsDefn::StatsType type;
-    StatsDefn::StatsType reported;
-    bool isEnum;
-    bool isCount;
-  };
-  const Expected cases[] = {
+  const std::tuple<Type, Type, bool, bool> cases[] = {
       {StatsDefn::Count, StatsDefn::Count, false, true},
       {StatsDefn::CountValid, StatsDefn::CountValid, false, true},
       {StatsDefn::Min, StatsDefn::Min, false, false},
@@ -79,137 +80,74 @@ TEST_F(StatsResultFactory, MakesTheClassOfEachTypeWithItsFlags) {
       {StatsDefn::StdDev, StatsDefn::StdDev, false, false},
       {StatsDefn::Histogram1, StatsDefn::EnumCount, true, true},
       {StatsDefn::EnumCount, StatsDefn::EnumCount, true, true},
-      {StatsDefn::EnumPercent, StatsDefn::EnumPercent, true, true},
-  };
-  for (const Expected& want : cases) {
-    auto result = Make(want.type);
-    ASSERT_NE(result, nullptr) << want.type;
-    EXPECT_EQ(result->GetType(), want.reported) << want.type;
-    EXPECT_EQ(result->IsEnum(), want.isEnum) << want.type;
-    EXPECT_EQ(result->IsCountType(), want.isCount) << want.type;
+      {StatsDefn::EnumPercent, StatsDefn::EnumPercent, true, true}};
+  for (const auto& [type, reported, isEnum, isCount] : cases) {
+    auto result = Make(type);
+    ASSERT_NE(result, nullptr) << type;
+    EXPECT_EQ(std::make_tuple(result->GetType(), result->IsEnum(), result->IsCountType()),
+              std::make_tuple(reported, isEnum, isCount));
   }
-  EXPECT_FALSE(IsErrorSet());
-}
-
-TEST_F(StatsResultFactory, RefusesAnUnknownTypeWithTheTypeAsDetail) {
+  ExpectNoError();
   for (int type : {10, -1}) {
-    TheErrorManager().Clear();
-    EXPECT_EQ(StatsResult::New(static_cast<StatsDefn::StatsType>(type), kColumn), nullptr);
-    EXPECT_EQ(GetHeldError().code, 11355);
-    EXPECT_EQ(TheErrorManager().GetDetail(), std::to_string(type));
+    EXPECT_EQ(StatsResult::New(static_cast<Type>(type), kColumn), nullptr);
+    ExpectError(11355, std::to_string(type), {});
   }
-}
-
-TEST_F(StatsResultFactory, ReadsTheGivenColumnEvenMinusOne) {
+  // The column is passed on unchecked, even -1.
   std::unique_ptr<StatsResult> sum(StatsResult::New(StatsDefn::Sum, -1));
+  record.values[-1] = 1;
   ASSERT_TRUE(sum->ProcessRecord(record));
-  EXPECT_EQ(record.columnsAsked, std::vector<int>{-1});
+  EXPECT_EQ(record.readColumns, std::vector<int>{-1});
 }
 
-TEST_F(ScalarResults, GiveTheirStartValuesWithoutRecords) {
-  for (StatsDefn::StatsType type : {StatsDefn::Count, StatsDefn::CountValid, StatsDefn::Sum}) {
-    Variant value = FinalOf(type, {});
-    EXPECT_TRUE(value.IsInteger()) << type;
-    EXPECT_EQ(value.GetInteger(), 0) << type;
+TEST_F(ScalarResults, AccumulateNoneOneAndManyValuesOfEveryKind) {
+  const Type types[] = {StatsDefn::Count, StatsDefn::CountValid, StatsDefn::Min,   StatsDefn::Max,
+                        StatsDefn::Sum,   StatsDefn::Average,    StatsDefn::StdDev};
+  const std::string root2 = ShownReal(std::sqrt(2.0));
+  // The results of the types above, in their order.
+  const std::pair<std::vector<Variant>, std::vector<std::string>> cases[] = {
+      {{}, {"I:0", "I:0", "E:", "E:", "I:0", "E:", "E:"}},
+      {{7}, {"I:1", "I:1", "I:7", "I:7", "I:7", "R:7", "R:0"}},
+      // 2, 4, 4, 4, 5, 5, 7, 9: the sample deviation, not the population's 2.
+      {{4, 2, 9, 4, 5, 7, 4, 5},
+       {"I:8", "I:8", "I:2", "I:9", "I:40", "R:5", ShownReal(std::sqrt(32.0 / 7.0))}},
+      // Empty values count only for Count and replace neither Min nor Max.
+      {{4, Variant(), 6}, {"I:3", "I:2", "I:4", "I:6", "I:10", "R:5", root2}},
+      {{Variant(), Variant()}, {"I:2", "I:0", "E:", "E:", "I:0", "E:", "E:"}},
+      // Invalid values are skipped except by Min and Max, where the value
+      // ordering alone decides (invalid ranks above numbers).
+      {{3, Variant::Invalid(), 5}, {"I:3", "I:2", "I:3", "X:", "I:8", "R:4", root2}},
+      // Text goes through the value operators; a sum that is no number
+      // fails the variance test.
+      {{"2", 3}, {"I:2", "I:2", "I:3", "T:2", "I:5", "R:2.5", ShownReal(std::sqrt(0.5))}},
+      {{"pear", "apple", 3}, {"I:3", "I:3", "I:3", "T:pear", "X:", "X:", "R:0"}},
+      {{"abc", ""}, {"I:2", "I:2", "T:", "T:abc", "X:", "X:", "R:0"}}};
+  for (const auto& [values, shown] : cases) {
+    for (int i = 0; i < 7; ++i) {
+      EXPECT_EQ(FinalOf(types[i], values), shown[i]) << types[i] << " of " << values.size();
+    }
   }
-  for (StatsDefn::StatsType type :
-       {StatsDefn::Min, StatsDefn::Max, StatsDefn::Average, StatsDefn::StdDev}) {
-    EXPECT_TRUE(FinalOf(type, {}).IsEmpty()) << type;
-  }
-}
-
-TEST_F(ScalarResults, TakeASingleValue) {
-  EXPECT_EQ(FinalOf(StatsDefn::Count, {7}).GetInteger(), 1);
-  EXPECT_EQ(FinalOf(StatsDefn::CountValid, {7}).GetInteger(), 1);
-  EXPECT_EQ(FinalOf(StatsDefn::Min, {7}).GetInteger(), 7);
-  EXPECT_EQ(FinalOf(StatsDefn::Max, {7}).GetInteger(), 7);
-  EXPECT_EQ(FinalOf(StatsDefn::Sum, {7}).GetInteger(), 7);
-  EXPECT_DOUBLE_EQ(static_cast<double>(FinalOf(StatsDefn::Average, {7})), 7.0);
-  Variant deviation = FinalOf(StatsDefn::StdDev, {7});
-  EXPECT_TRUE(deviation.IsReal());
-  EXPECT_EQ(deviation.GetReal(), 0.0);
-}
-
-TEST_F(ScalarResults, AccumulateManyValues) {
-  const std::vector<Variant> values = {4, 2, 9, 4, 5, 7, 4, 5};
-  EXPECT_EQ(FinalOf(StatsDefn::Count, values).GetInteger(), 8);
-  EXPECT_EQ(FinalOf(StatsDefn::CountValid, values).GetInteger(), 8);
-  EXPECT_EQ(FinalOf(StatsDefn::Min, values).GetInteger(), 2);
-  EXPECT_EQ(FinalOf(StatsDefn::Max, values).GetInteger(), 9);
-  EXPECT_EQ(FinalOf(StatsDefn::Sum, values).GetInteger(), 40);
-  EXPECT_DOUBLE_EQ(static_cast<double>(FinalOf(StatsDefn::Average, values)), 5.0);
-}
-
-TEST_F(ScalarResults, StdDevIsTheSampleDeviation) {
-  Variant deviation = FinalOf(StatsDefn::StdDev, {2, 4, 4, 4, 5, 5, 7, 9});
-  ASSERT_TRUE(deviation.IsReal());
-  EXPECT_DOUBLE_EQ(deviation.GetReal(), std::sqrt(32.0 / 7.0));  // not 2.0
-}
-
-TEST_F(ScalarResults, StdDevGivesZeroWhenRoundingMakesTheVarianceNegative) {
   // Six times 0.3 leaves S*S just above N*Q in doubles.
-  Variant deviation = FinalOf(StatsDefn::StdDev, {0.3, 0.3, 0.3, 0.3, 0.3, 0.3});
-  ASSERT_TRUE(deviation.IsReal());
-  EXPECT_EQ(deviation.GetReal(), 0.0);
+  EXPECT_EQ(FinalOf(StatsDefn::StdDev, {0.3, 0.3, 0.3, 0.3, 0.3, 0.3}), "R:0");
 }
 
-TEST_F(ScalarResults, EmptyValuesCountOnlyForCountAndAddNothing) {
-  const std::vector<Variant> values = {4, Variant(), 6};
-  EXPECT_EQ(FinalOf(StatsDefn::Count, values).GetInteger(), 3);
-  EXPECT_EQ(FinalOf(StatsDefn::CountValid, values).GetInteger(), 2);
-  EXPECT_EQ(FinalOf(StatsDefn::Sum, values).GetInteger(), 10);
-  EXPECT_DOUBLE_EQ(static_cast<double>(FinalOf(StatsDefn::Average, values)), 5.0);
-  EXPECT_DOUBLE_EQ(FinalOf(StatsDefn::StdDev, values).GetReal(), std::sqrt(2.0));
-  // An empty value neither replaces a minimum nor a maximum.
-  EXPECT_EQ(FinalOf(StatsDefn::Min, values).GetInteger(), 4);
-  EXPECT_EQ(FinalOf(StatsDefn::Max, values).GetInteger(), 6);
-  // Only empty values: Average and StdDev saw nothing.
-  EXPECT_TRUE(FinalOf(StatsDefn::Average, {Variant(), Variant()}).IsEmpty());
-  EXPECT_TRUE(FinalOf(StatsDefn::StdDev, {Variant(), Variant()}).IsEmpty());
-}
-
-TEST_F(ScalarResults, InvalidValuesAreSkippedExceptByMinAndMax) {
-  const std::vector<Variant> values = {3, Variant::Invalid(), 5};
-  EXPECT_EQ(FinalOf(StatsDefn::Count, values).GetInteger(), 3);
-  EXPECT_EQ(FinalOf(StatsDefn::CountValid, values).GetInteger(), 2);
-  EXPECT_EQ(FinalOf(StatsDefn::Sum, values).GetInteger(), 8);
-  EXPECT_DOUBLE_EQ(static_cast<double>(FinalOf(StatsDefn::Average, values)), 4.0);
-  EXPECT_DOUBLE_EQ(FinalOf(StatsDefn::StdDev, values).GetReal(), std::sqrt(2.0));
-  // No validity test: the value ordering alone decides (invalid ranks above
-  // numbers).
-  EXPECT_EQ(FinalOf(StatsDefn::Min, values).GetInteger(), 3);
-  EXPECT_FALSE(FinalOf(StatsDefn::Max, values).IsValid());
-}
-
-TEST_F(ScalarResults, TextValuesGoThroughTheValueOperators) {
-  EXPECT_EQ(FinalOf(StatsDefn::CountValid, {"abc", ""}).GetInteger(), 2);
-  EXPECT_EQ(FinalOf(StatsDefn::Min, {"pear", "apple", 3}).GetInteger(), 3);
-  EXPECT_EQ(FinalOf(StatsDefn::Max, {"pear", "apple", 3}).GetText(), "pear");
-  EXPECT_DOUBLE_EQ(static_cast<double>(FinalOf(StatsDefn::Sum, {"2", 3})), 5.0);
-  EXPECT_FALSE(FinalOf(StatsDefn::Sum, {"abc", 3}).IsValid());
-  EXPECT_FALSE(FinalOf(StatsDefn::Average, {"abc", 3}).IsValid());
-  // A sum that is no number converts to NaN and fails the variance test.
-  Variant deviation = FinalOf(StatsDefn::StdDev, {"abc", 3});
-  ASSERT_TRUE(deviation.IsReal());
-  EXPECT_EQ(deviation.GetReal(), 0.0);
-}
-
-TEST_F(ScalarResults, AverageAndStdDevAppearOnlyAfterFinalizeAndRecompute) {
+TEST_F(ScalarResults, AverageAppearsOnlyAfterFinalizeAndIsRecomputed) {
   auto average = Make(StatsDefn::Average);
-  Feed(*average, {2, 4});
-  EXPECT_TRUE(ResultOf(*average).IsEmpty());
+  Feed(*average, {2, 3});
+  EXPECT_EQ(DumpOf(*average), "            Result    : ");
   average->Finalize();
   average->Finalize();
-  EXPECT_DOUBLE_EQ(static_cast<double>(ResultOf(*average)), 3.0);
-  Feed(*average, {9});
+  EXPECT_EQ(DumpOf(*average), "            Result    : 2.5");
+  Feed(*average, {10});
   average->Finalize();
-  EXPECT_DOUBLE_EQ(static_cast<double>(ResultOf(*average)), 5.0);
+  EXPECT_EQ(Shown(ResultOf(*average)), "R:5");
+  auto count = Make(StatsDefn::Count);
+  Feed(*count, {1, 2, 3});
+  EXPECT_EQ(DumpOf(*count), "            Result    : 3");
 }
 
 TEST_F(ScalarResults, CloneCopiesColumnAndStateIndependently) {
-  for (StatsDefn::StatsType type :
-       {StatsDefn::Count, StatsDefn::CountValid, StatsDefn::Min, StatsDefn::Max, StatsDefn::Sum,
-        StatsDefn::Average, StatsDefn::StdDev}) {
+  for (Type type : {StatsDefn::Count, StatsDefn::CountValid, StatsDefn::Min, StatsDefn::Max,
+                    StatsDefn::Sum, StatsDefn::Average, StatsDefn::StdDev}) {
     auto original = Make(type);
     Feed(*original, {5, 1});
     std::unique_ptr<StatsResult> copy(original->Clone());
@@ -217,92 +155,47 @@ TEST_F(ScalarResults, CloneCopiesColumnAndStateIndependently) {
     EXPECT_EQ(copy->GetType(), type);
     original->Finalize();
     copy->Finalize();
-    EXPECT_EQ(std::string(ResultOf(*copy)), std::string(ResultOf(*original))) << type;
-
-    record.columnsAsked.clear();
+    EXPECT_EQ(Shown(ResultOf(*copy)), Shown(ResultOf(*original))) << type;
+    record.readColumns.clear();
     Feed(*copy, {-20, 50});
     copy->Finalize();
     if (type != StatsDefn::Count) {
-      EXPECT_EQ(record.columnsAsked, (std::vector<int>{kColumn, kColumn}));
+      EXPECT_EQ(record.readColumns, (std::vector<int>{kColumn, kColumn})) << type;
     }
-    EXPECT_NE(std::string(ResultOf(*copy)), std::string(ResultOf(*original))) << type;
+    EXPECT_NE(Shown(ResultOf(*copy)), Shown(ResultOf(*original))) << type;
   }
 }
 
-TEST_F(ScalarResults, DumpWritesTheResultLineWithoutLineEnd) {
-  auto count = Make(StatsDefn::Count);
-  Feed(*count, {1, 2, 3});
-  std::ostringstream countOut;
-  count->DumpObject(countOut);
-  EXPECT_EQ(countOut.str(), "            Result    : 3");
-
-  auto average = Make(StatsDefn::Average);
-  Feed(*average, {2, 3});
-  std::ostringstream before;
-  average->DumpObject(before);
-  EXPECT_EQ(before.str(), "            Result    : ");
-  average->Finalize();
-  std::ostringstream after;
-  average->DumpObject(after);
-  EXPECT_EQ(after.str(), "            Result    : 2.5");
-
-  auto maximum = Make(StatsDefn::Max);
-  Feed(*maximum, {"North", "South"});
-  std::ostringstream maxOut;
-  maximum->DumpObject(maxOut);
-  EXPECT_EQ(maxOut.str(), "            Result    : South");
-}
-
-TEST_F(ScalarReadFailure, ReportsEachClassLocationAndKeepsTheState) {
-  struct Expected {
-    StatsDefn::StatsType type;
-    int location;
-  };
-  const Expected cases[] = {
+TEST_F(ScalarReadFailure, ReportsEachClassLocationWithThePresetsAndKeepsTheState) {
+  const std::pair<Type, int> cases[] = {
       {StatsDefn::CountValid, 11360}, {StatsDefn::Sum, 11370},     {StatsDefn::Min, 11380},
       {StatsDefn::Max, 11390},        {StatsDefn::Average, 11400}, {StatsDefn::StdDev, 11410},
   };
-  for (const Expected& want : cases) {
-    TheErrorManager().Clear();
-    auto result = Make(want.type);
-    record.FailFromRead(0);
+  for (const auto& [type, location] : cases) {
+    auto result = Make(type);
     Feed(*result, {4, 6});
-    record.FailFromRead(1);
-    record.value = 1000;
-    EXPECT_FALSE(result->ProcessRecord(record)) << want.type;
-    EXPECT_EQ(HeldLocations(), std::vector<int>{want.location});
-
-    // The statistic-side presets, left untouched by the host.
-    testing::HeldError held = GetHeldError();
-    EXPECT_TRUE(held.set);
-    EXPECT_EQ(held.code, 0);
-    EXPECT_EQ(held.second, 0);
-    EXPECT_EQ(held.message, "");
-    EXPECT_FALSE(held.flag);
-
+    record.failFromRead = 1;
+    EXPECT_FALSE(result->ProcessRecord(record)) << type;
+    record.failFromRead = 0;
+    // The record answers without touching the statistic-side presets.
+    const testing::HeldError held = testing::Held();
+    EXPECT_EQ(std::tie(held.code, held.second, held.message, held.flag),
+              std::make_tuple(0, 0, std::string(), false));
+    ExpectError(0, "", {location});
     result->Finalize();
-    Variant expected = FinalOf(want.type, {4, 6});
-    EXPECT_EQ(std::string(ResultOf(*result)), std::string(expected)) << want.type;
+    EXPECT_EQ(Shown(ResultOf(*result)), FinalOf(type, {4, 6})) << type;
   }
-}
-
-TEST_F(ScalarReadFailure, DeclinedDescriptionKeepsThePreviousError) {
+  // A declined description keeps the error held before.
   TheErrorManager().Set(4242);
-  record.errorAnswer = OneValueRecord::ErrorAnswer::Decline;
-  record.FailFromRead(1);
-  SumResult sum(kColumn);
-  EXPECT_FALSE(sum.ProcessRecord(record));
-  EXPECT_EQ(GetHeldError().code, 4242);
-  EXPECT_EQ(HeldLocations(), std::vector<int>{11370});
-}
-
-TEST_F(ScalarReadFailure, CountNeverReadsTheRecord) {
-  record.FailFromRead(1);
+  record.describe = MapRecord::Describe::Decline;
+  record.failFromRead = 1;
+  ExpectRefused(SumResult(kColumn).ProcessRecord(record), 4242, "", {11370});
+  // Count never reads the record.
+  record.readColumns.clear();
   auto count = Make(StatsDefn::Count);
   EXPECT_TRUE(count->ProcessRecord(record));
-  EXPECT_TRUE(record.columnsAsked.empty());
-  EXPECT_EQ(ResultOf(*count).GetInteger(), 1);
-  EXPECT_FALSE(IsErrorSet());
+  EXPECT_TRUE(record.readColumns.empty());
+  ExpectNoError();
 }
 
 }  // namespace
