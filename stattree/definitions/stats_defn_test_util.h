@@ -23,7 +23,7 @@ inline SubsetFieldValPair MakePair(const std::string& name, int colNum, const Va
   return SubsetFieldValPair{MakeField(name, colNum), value};
 }
 
-// The spec builders, bound to their arguments.
+// Each of the six builders, bound to its arguments.
 using Build = std::function<bool(StatsDefn&)>;
 inline Build Grouping(const std::vector<Field>& fields) {
   return [fields](StatsDefn& defn) { return defn.CreateGroupingSpec("G", fields); };
