@@ -74,6 +74,7 @@ class JobParser {
   void ParseStatistic(StatisticSpec& spec, const json& value);
   void ParseGrouping(StatisticSpec& spec, const json& value, const std::string& path);
   void ParseSubset(StatisticSpec& spec, const json& value, const std::string& path);
+  bool ParseSpecName(std::string& name, const json& value, const std::string& path);
   void ParseValues(StatisticSpec& spec, const json& value, const std::string& path);
   void ParseHistogram(StatisticSpec& spec, const json& value, const std::string& path);
   void CheckNamesAgree();
@@ -274,14 +275,9 @@ void JobParser::ParseGrouping(StatisticSpec& spec, const json& value, const std:
     ok = false;
   }
   std::string name;
-  if (value.contains("name")) {
-    if (!value["name"].is_string() || value["name"].get<std::string>().empty()) {
-      WrongType(path + "/name", "a non-empty string", value["name"]);
-      ok = false;
-    } else {
-      name = value["name"].get<std::string>();
-    }
-  } else {
+  if (!ParseSpecName(name, value, path)) {
+    ok = false;
+  } else if (name.empty()) {
     for (const ColumnRef& field : spec.groupingFields) {
       name += (name.empty() ? "" : ",") + field.name;
     }
@@ -289,6 +285,17 @@ void JobParser::ParseGrouping(StatisticSpec& spec, const json& value, const std:
   if (!ok) return;
   spec.hasGrouping = true;
   spec.groupingName = name;
+}
+
+// The optional "name" of a grouping or a subset; "" when absent.
+bool JobParser::ParseSpecName(std::string& name, const json& value, const std::string& path) {
+  if (!value.contains("name")) return true;
+  if (!value["name"].is_string() || value["name"].get<std::string>().empty()) {
+    WrongType(path + "/name", "a non-empty string", value["name"]);
+    return false;
+  }
+  name = value["name"].get<std::string>();
+  return true;
 }
 
 void JobParser::ParseSubset(StatisticSpec& spec, const json& value, const std::string& path) {
@@ -322,14 +329,9 @@ void JobParser::ParseSubset(StatisticSpec& spec, const json& value, const std::s
     }
   }
   std::string name;
-  if (value.contains("name")) {
-    if (!value["name"].is_string() || value["name"].get<std::string>().empty()) {
-      WrongType(path + "/name", "a non-empty string", value["name"]);
-      ok = false;
-    } else {
-      name = value["name"].get<std::string>();
-    }
-  } else {
+  if (!ParseSpecName(name, value, path)) {
+    ok = false;
+  } else if (name.empty()) {
     for (const SubsetCondition& condition : spec.where) {
       name += (name.empty() ? "" : ",") + condition.column.name + "=" + condition.value.ToString();
     }
