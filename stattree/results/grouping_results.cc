@@ -54,6 +54,30 @@ const CriteriaTerm* KeyTerms(const Criteria* criteria, std::size_t& count) {
   return count > 0 ? terms : nullptr;
 }
 
+// The index hash of a key given as `count` values, `valueAt(i)` the i-th.
+template <class ValueAt>
+std::size_t KeyHash(std::size_t count, ValueAt valueAt) {
+  std::size_t hash = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    Variant::TextBuffer buffer;
+    hash = FirstMatchIndex::Combine(hash, FirstMatchIndex::HashText(valueAt(i).TextView(buffer)));
+  }
+  return hash;
+}
+
+// Whether the set's grouping values equal the key, value by value, as the
+// "=" test of its criteria would decide.
+template <class ValueAt>
+bool KeyMatches(const StatsSet& set, std::size_t count, ValueAt valueAt) {
+  std::size_t setCount = 0;
+  const CriteriaTerm* terms = KeyTerms(set.GetCriteria(), setCount);
+  if (terms == nullptr || setCount != count) return false;
+  for (std::size_t i = 0; i < count; ++i) {
+    if (!valueAt(i).IsStringEquivalentTo(terms[i].value)) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 struct GroupingResults::SetIndex {
@@ -134,23 +158,15 @@ bool GroupingResults::FindIndexedSet(std::size_t& position, bool& found,
   if (groupings.size() <= kLinearSets || IsErrorSet()) return false;
   SetIndex* index = CurrentSetIndex();
   if (index == nullptr) return false;
-  std::size_t hash = 0;
   for (std::size_t i = 0; i < index->columns.size(); ++i) {
     // A failed read is reported by the first set's test, in the walk.
     if (!record.GetValue(index->values[i], index->columns[i])) return false;
-    Variant::TextBuffer buffer;
-    hash = FirstMatchIndex::Combine(hash,
-                                    FirstMatchIndex::HashText(index->values[i].TextView(buffer)));
   }
   if (IsErrorSet()) return false;
+  const auto recordValue = [&](std::size_t i) -> const Variant& { return index->values[i]; };
+  const std::size_t hash = KeyHash(index->values.size(), recordValue);
   const std::uint32_t match = index->keys.Find(hash, [&](std::uint32_t at) {
-    std::size_t count = 0;
-    const CriteriaTerm* terms = KeyTerms(groupings[at].GetCriteria(), count);
-    if (terms == nullptr || count != index->values.size()) return false;
-    for (std::size_t i = 0; i < count; ++i) {
-      if (!index->values[i].IsStringEquivalentTo(terms[i].value)) return false;
-    }
-    return true;
+    return KeyMatches(groupings[at], index->values.size(), recordValue);
   });
   found = match != FirstMatchIndex::kNone;
   if (found) position = match;
@@ -177,21 +193,10 @@ GroupingResults::SetIndex* GroupingResults::CurrentSetIndex() {
       for (std::size_t i = 0; i < count; ++i) index.columns.push_back(terms[i].column);
       index.values.resize(count);
     }
-    std::size_t hash = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-      Variant::TextBuffer buffer;
-      hash = FirstMatchIndex::Combine(hash,
-                                      FirstMatchIndex::HashText(terms[i].value.TextView(buffer)));
-    }
+    const auto termValue = [&](std::size_t i) -> const Variant& { return terms[i].value; };
     const auto at = static_cast<std::uint32_t>(index.indexedSets);
-    index.keys.Insert(hash, at, [&](std::uint32_t other) {
-      std::size_t otherCount = 0;
-      const CriteriaTerm* otherTerms = KeyTerms(groupings[other].GetCriteria(), otherCount);
-      if (otherTerms == nullptr || otherCount != count) return false;
-      for (std::size_t i = 0; i < count; ++i) {
-        if (!otherTerms[i].value.IsStringEquivalentTo(terms[i].value)) return false;
-      }
-      return true;
+    index.keys.Insert(KeyHash(count, termValue), at, [&](std::uint32_t other) {
+      return KeyMatches(groupings[other], count, termValue);
     });
   }
   return &index;
