@@ -73,24 +73,6 @@ int KindRank(Variant::Kind kind) {
   return 3;
 }
 
-// -1, 0 or 1: the total preorder behind operator< and operator==.
-int Compare(const Variant& a, const Variant& b) {
-  const int ra = KindRank(a.GetKind());
-  const int rb = KindRank(b.GetKind());
-  if (ra != rb) return ra < rb ? -1 : 1;
-  if (ra == 1) {
-    const int c = a.GetText().compare(b.GetText());
-    return c < 0 ? -1 : (c > 0 ? 1 : 0);
-  }
-  if (ra != 0) return 0;
-  if (a.IsInteger() && b.IsInteger()) {
-    return a.GetInteger() < b.GetInteger() ? -1 : (a.GetInteger() > b.GetInteger() ? 1 : 0);
-  }
-  if (a.IsInteger()) return CompareIntReal(a.GetInteger(), b.GetReal());
-  if (b.IsInteger()) return -CompareIntReal(b.GetInteger(), a.GetReal());
-  return a.GetReal() < b.GetReal() ? -1 : (a.GetReal() > b.GetReal() ? 1 : 0);
-}
-
 // Writes the text form of a real into `buffer`; returns its length.
 size_t FormatReal(double x, char* buffer, size_t size) {
   if (x == 0) {  // also negative zero
@@ -106,15 +88,6 @@ size_t FormatReal(double x, char* buffer, size_t size) {
 
 }  // namespace
 
-Variant::Variant(int value) noexcept : kind_(Kind::Integer), int_(value) {}
-
-Variant::Variant(long value) noexcept : kind_(Kind::Integer), int_(value) {}
-
-Variant::Variant(long long value) noexcept : kind_(Kind::Integer), int_(value) {}
-
-Variant::Variant(double value) noexcept
-    : kind_(std::isnan(value) ? Kind::Invalid : Kind::Real), real_(std::isnan(value) ? 0 : value) {}
-
 Variant::Variant(const std::string& value) : kind_(Kind::Text), text_(value) {}
 
 Variant::Variant(const char* value) : kind_(Kind::Text), text_(value != nullptr ? value : "") {}
@@ -128,14 +101,12 @@ Variant Variant::Invalid() noexcept {
 void Variant::SetEmpty() noexcept {
   kind_ = Kind::Empty;
   int_ = 0;
-  real_ = 0;
   text_.clear();
 }
 
 // Called per record and per candidate by every "=" test, so it compares
 // the text forms without building strings.
-bool Variant::IsStringEquivalentTo(const Variant& other) const {
-  if (kind_ == Kind::Integer && other.kind_ == Kind::Integer) return int_ == other.int_;
+bool Variant::SlowStringEquivalent(const Variant& other) const {
   if (kind_ == Kind::Text && other.kind_ == Kind::Text) return text_ == other.text_;
   TextBuffer mine;
   TextBuffer theirs;
@@ -185,30 +156,43 @@ Variant::operator double() const {
   return std::numeric_limits<double>::quiet_NaN();
 }
 
-bool Variant::operator<(const Variant& other) const { return Compare(*this, other) < 0; }
-
-bool Variant::operator==(const Variant& other) const { return Compare(*this, other) == 0; }
+int Variant::Compare(const Variant& other) const {
+  const Variant& a = *this;
+  const Variant& b = other;
+  const int ra = KindRank(a.kind_);
+  const int rb = KindRank(b.kind_);
+  if (ra != rb) return ra < rb ? -1 : 1;
+  if (ra == 1) {
+    const int c = a.text_.compare(b.text_);
+    return c < 0 ? -1 : (c > 0 ? 1 : 0);
+  }
+  if (ra != 0) return 0;
+  if (a.IsInteger() && b.IsInteger()) return a.int_ < b.int_ ? -1 : (a.int_ > b.int_ ? 1 : 0);
+  if (a.IsInteger()) return CompareIntReal(a.int_, b.real_);
+  if (b.IsInteger()) return -CompareIntReal(b.int_, a.real_);
+  return a.real_ < b.real_ ? -1 : (a.real_ > b.real_ ? 1 : 0);
+}
 
 // The empty special cases let an empty bound be passed by every value.
-bool Variant::operator>(const Variant& other) const {
+bool Variant::SlowGreater(const Variant& other) const {
   if (IsEmpty()) return false;
   if (other.IsEmpty()) return true;
-  return Compare(*this, other) > 0;
+  return Compare(other) > 0;
 }
 
-bool Variant::operator<=(const Variant& other) const {
+bool Variant::SlowLessEqual(const Variant& other) const {
   if (IsEmpty()) return other.IsEmpty();
   if (other.IsEmpty()) return true;
-  return Compare(*this, other) <= 0;
+  return Compare(other) <= 0;
 }
 
-bool Variant::operator>=(const Variant& other) const {
+bool Variant::SlowGreaterEqual(const Variant& other) const {
   if (IsEmpty()) return other.IsEmpty();
   if (other.IsEmpty()) return true;
-  return Compare(*this, other) >= 0;
+  return Compare(other) >= 0;
 }
 
-Variant Variant::operator+(const Variant& other) const {
+Variant Variant::SlowAdd(const Variant& other) const {
   if (IsEmpty()) return other;
   if (other.IsEmpty()) return *this;
   Variant a;
@@ -221,7 +205,7 @@ Variant Variant::operator+(const Variant& other) const {
   return Variant(static_cast<double>(a) + static_cast<double>(b));
 }
 
-Variant Variant::operator*(const Variant& other) const {
+Variant Variant::SlowMultiply(const Variant& other) const {
   if (kind_ == Kind::Invalid || other.kind_ == Kind::Invalid) return Invalid();
   if (IsEmpty() || other.IsEmpty()) return Variant();
   Variant a;

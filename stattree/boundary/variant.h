@@ -19,6 +19,10 @@
 // and NaN results give invalid. Text that parses fully as a number acts
 // as that number; other text gives invalid.
 //
+// Layout: the comparisons and the arithmetic of two numbers of the same
+// kind are inline, since every accumulator and criteria runs them per
+// record; every other combination goes out of line with the same results.
+//
 // Thread-safety: a value is safe to read from several threads; writing
 // needs external synchronisation, as for any standard value type.
 #ifndef STATTREE_BOUNDARY_VARIANT_H_
@@ -43,8 +47,8 @@ class Variant {
   Variant(const char* value);         // NOLINT(google-explicit-constructor)
   Variant(const Variant& other) = default;
   Variant(Variant&& other) noexcept = default;
-  Variant& operator=(const Variant& other) = default;
-  Variant& operator=(Variant&& other) noexcept = default;
+  Variant& operator=(const Variant& other);
+  Variant& operator=(Variant&& other) noexcept;
   virtual ~Variant() = default;
 
   // An error / not-available value.
@@ -67,7 +71,15 @@ class Variant {
   void SetEmpty() noexcept;
 
   // True when both text forms are byte-equal: 5, 5.0 and "5" are equivalent.
-  bool IsStringEquivalentTo(const Variant& other) const;
+  bool IsStringEquivalentTo(const Variant& other) const {
+    if (kind_ == other.kind_) {
+      // Distinct reals have distinct shortest forms; 0 and -0 both read "0".
+      if (kind_ == Kind::Real) return real_ == other.real_;
+      if (kind_ == Kind::Integer) return int_ == other.int_;
+      if (kind_ == Kind::Text) return text_ == other.text_;
+    }
+    return SlowStringEquivalent(other);
+  }
 
   // Room for the text form of any number.
   static constexpr size_t kTextBufferSize = 400;
@@ -87,23 +99,99 @@ class Variant {
   explicit operator double() const;
   double ToDouble() const { return static_cast<double>(*this); }
 
-  bool operator<(const Variant& other) const;
-  bool operator>(const Variant& other) const;
-  bool operator<=(const Variant& other) const;
-  bool operator>=(const Variant& other) const;
-  bool operator==(const Variant& other) const;
+  bool operator<(const Variant& other) const {
+    if (SameNumberKind(other)) return kind_ == Kind::Real ? real_ < other.real_ : int_ < other.int_;
+    return Compare(other) < 0;
+  }
+  bool operator>(const Variant& other) const {
+    if (SameNumberKind(other)) return kind_ == Kind::Real ? real_ > other.real_ : int_ > other.int_;
+    return SlowGreater(other);
+  }
+  bool operator<=(const Variant& other) const {
+    if (SameNumberKind(other)) {
+      return kind_ == Kind::Real ? real_ <= other.real_ : int_ <= other.int_;
+    }
+    return SlowLessEqual(other);
+  }
+  bool operator>=(const Variant& other) const {
+    if (SameNumberKind(other)) {
+      return kind_ == Kind::Real ? real_ >= other.real_ : int_ >= other.int_;
+    }
+    return SlowGreaterEqual(other);
+  }
+  bool operator==(const Variant& other) const { return Compare(other) == 0; }
   bool operator!=(const Variant& other) const { return !(*this == other); }
 
-  Variant operator+(const Variant& other) const;
-  Variant operator*(const Variant& other) const;
+  Variant operator+(const Variant& other) const {
+    if (kind_ == Kind::Real && other.kind_ == Kind::Real) return Variant(real_ + other.real_);
+    long long sum = 0;
+    if (kind_ == Kind::Integer && other.kind_ == Kind::Integer &&
+        !__builtin_add_overflow(int_, other.int_, &sum)) {
+      return Variant(sum);
+    }
+    return SlowAdd(other);
+  }
+  Variant operator*(const Variant& other) const {
+    if (kind_ == Kind::Real && other.kind_ == Kind::Real) return Variant(real_ * other.real_);
+    return SlowMultiply(other);
+  }
   Variant operator/(const Variant& other) const;
 
  private:
+  bool SameNumberKind(const Variant& other) const {
+    return kind_ == other.kind_ && (kind_ == Kind::Integer || kind_ == Kind::Real);
+  }
+  void CopyNumber(const Variant& other) noexcept;
+  // -1, 0 or 1: the total preorder behind operator< and operator==.
+  int Compare(const Variant& other) const;
+  bool SlowStringEquivalent(const Variant& other) const;
+  bool SlowGreater(const Variant& other) const;
+  bool SlowLessEqual(const Variant& other) const;
+  bool SlowGreaterEqual(const Variant& other) const;
+  Variant SlowAdd(const Variant& other) const;
+  Variant SlowMultiply(const Variant& other) const;
+
   Kind kind_ = Kind::Empty;
-  long long int_ = 0;
-  double real_ = 0.0;
-  std::string text_;
+  union {
+    long long int_ = 0;
+    double real_;
+  };
+  std::string text_;  // empty unless kind_ is Text
 };
+
+inline Variant::Variant(int value) noexcept : kind_(Kind::Integer), int_(value) {}
+inline Variant::Variant(long value) noexcept : kind_(Kind::Integer), int_(value) {}
+inline Variant::Variant(long long value) noexcept : kind_(Kind::Integer), int_(value) {}
+// NaN is no value: it is kept as invalid.
+inline Variant::Variant(double value) noexcept : kind_(Kind::Real), real_(value) {
+  if (value != value) {
+    kind_ = Kind::Invalid;
+    int_ = 0;
+  }
+}
+
+inline void Variant::CopyNumber(const Variant& other) noexcept {
+  if (other.kind_ == Kind::Real) {
+    real_ = other.real_;
+  } else {
+    int_ = other.int_;
+  }
+}
+
+inline Variant& Variant::operator=(const Variant& other) {
+  kind_ = other.kind_;
+  CopyNumber(other);
+  // Numbers never carry text: skip the string copy unless either side has some.
+  if (!text_.empty() || !other.text_.empty()) text_ = other.text_;
+  return *this;
+}
+
+inline Variant& Variant::operator=(Variant&& other) noexcept {
+  kind_ = other.kind_;
+  CopyNumber(other);
+  if (!text_.empty() || !other.text_.empty()) text_.swap(other.text_);
+  return *this;
+}
 
 }  // namespace stattree
 

@@ -1,5 +1,6 @@
 #include "stattree/criteria/criteria.h"
 
+#include "stattree/boundary/record_cache.h"
 #include "stattree/boundary/record_error.h"
 #include "stattree/engine/error_reporting.h"
 
@@ -51,8 +52,10 @@ bool Criteria::ReportRecordError(int location, const StatsRecord& record) {
 
 bool Criteria::EvaluateTerm(const CriteriaTerm& term, const StatsRecord& record) {
   if (term.column == -1) return InvalidColumnError(kLocEvaluateColumn, -1);
-  Variant value;
-  if (!record.GetValue(value, term.column)) return ReportRecordError(kLocEvaluateRead, record);
+  Variant scratch;
+  const Variant* read = ReadColumn(record, term.column, scratch);
+  if (read == nullptr) return ReportRecordError(kLocEvaluateRead, record);
+  const Variant& value = *read;
   switch (term.op) {
     case Equal:
       return value.IsStringEquivalentTo(term.value);

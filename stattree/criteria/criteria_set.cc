@@ -3,6 +3,7 @@
 #include <memory>
 #include <utility>
 
+#include "stattree/boundary/record_cache.h"
 #include "stattree/criteria/range_criteria.h"
 #include "stattree/criteria/single_criteria.h"
 #include "stattree/engine/error_reporting.h"
@@ -137,6 +138,19 @@ bool CriteriaSet::CreateHistogram(const std::vector<Variant>& edges, HistogramBi
 }
 
 bool CriteriaSet::RecordMeetsCriteria(int& index, const StatsRecord& record) {
+  // Within one record the walk below reads the same cached values and so
+  // finds the same bin; with an error held it could fail midway, so it runs.
+  const RecordCache* cache = RecordCache::Of(record);
+  if (cache != nullptr && !IsErrorSet()) {
+    if (cache->FindAnswer(this, index)) return true;
+    if (!FindBin(index, record)) return false;
+    if (!IsErrorSet()) cache->KeepAnswer(this, index);
+    return true;
+  }
+  return FindBin(index, record);
+}
+
+bool CriteriaSet::FindBin(int& index, const StatsRecord& record) const {
   index = -1;
   for (int i = 0; i < GetCriteriaCount(); ++i) {
     const Criteria* entry = criteriaList[i].get();

@@ -88,6 +88,8 @@ class CriteriaSet {
   void CopyDataMembers(const CriteriaSet& other);
   void DeleteDataMembers();
   const Criteria* EntryAt(int index) const;
+  // The walk behind RecordMeetsCriteria.
+  bool FindBin(int& index, const StatsRecord& record) const;
 
   std::vector<std::unique_ptr<Criteria>> criteriaList;
 };

@@ -1,7 +1,9 @@
 #include "stattree/engine/stats.h"
 
+#include <memory>
 #include <new>
 
+#include "stattree/boundary/record_cache.h"
 #include "stattree/engine/error_reporting.h"
 #include "stattree/results/grouping_results.h"
 #include "stattree/results/stats_set.h"
@@ -144,7 +146,8 @@ Stats::Stats(const Stats& other)
       currentNode(other.currentNode),
       currentStatsName(other.currentStatsName),
       currentGroupingResults(other.currentGroupingResults),
-      state(other.state) {}
+      state(other.state),
+      recordCaching(other.recordCaching) {}
 
 Stats::~Stats() = default;
 
@@ -200,8 +203,12 @@ bool Stats::ProcessRecords(ProgressManager* progress) {
   try {
     const int total = GetRecordCount();
     if (progress != nullptr) progress->StartNewTask(total);
+    std::unique_ptr<RecordCache> cache;
+    if (record != nullptr) cache = std::make_unique<RecordCache>(*record, recordCaching);
+    const StatsRecord* source = cache.get();
     do {
-      if (!ProcessRecordRecursively(&root, 0)) return DumpLocation(kLocProcessRecord);
+      if (cache != nullptr) cache->NextRecord();
+      if (!ProcessRecordRecursively(source, &root, 0)) return DumpLocation(kLocProcessRecord);
       if (progress != nullptr) {
         if (progress->IsCanceled()) return false;
         progress->IncrementProgress(1);
@@ -219,21 +226,21 @@ bool Stats::ProcessRecords(ProgressManager* progress) {
   }
 }
 
-bool Stats::ProcessRecordRecursively(TreeNode* node, int depth) {
+bool Stats::ProcessRecordRecursively(const StatsRecord* source, TreeNode* node, int depth) {
   // One path per record: each level accumulates, then descends into the
   // child for the record's value of the next level's field.
   while (node != nullptr) {
-    if (!node->ProcessRecord(record)) return DumpLocation(kLocNodeProcess);
+    if (!node->ProcessRecord(source)) return DumpLocation(kLocNodeProcess);
     if (depth == GetTreeDepth()) return true;
     TreeNode* child = nullptr;
     bool created = false;
-    if (!node->CreateChild(child, created, record)) return DumpLocation(kLocCreateChild);
+    if (!node->CreateChild(child, created, source)) return DumpLocation(kLocCreateChild);
     if (created) {
-      if (record == nullptr) return SetErrorCode(kNullRecordCode);
+      if (source == nullptr) return SetErrorCode(kNullRecordCode);
       Field field;
       if (!GetTreeNodeField(field, depth + 1)) return DumpLocation(kLocChildField);
       child->SetField(field);
-      if (!child->CreateCriteria(field.colNum, *record)) return DumpLocation(kLocChildCriteria);
+      if (!child->CreateCriteria(field.colNum, *source)) return DumpLocation(kLocChildCriteria);
       // An empty node holds no statistics; the descent goes on through it.
       if (!child->EmptyNode()) child->InitializeResults(prototypeResults);
     }

@@ -87,6 +87,18 @@ class Stats {
   // the records so far stay accumulated and a later call adds on top.
   bool ProcessRecords(ProgressManager* progress = nullptr);
 
+  // Record caching, on by default: during ProcessRecords each column of a
+  // record is read through GetValue at most once, and the value is shared
+  // by every criteria and statistic that reads it. A failed read is never
+  // kept, so each reader still reports it with its own location and asks
+  // GetError as it would uncached. Exact for every host whose record does
+  // not change between its record moves; turn it off for a record whose
+  // reads have side effects, to get one GetValue per reader (this also
+  // turns off the lookup of children and grouping combinations by value,
+  // which reads a record's value once instead of once per candidate).
+  void SetRecordCaching(bool enabled) { recordCaching = enabled; }
+  bool GetRecordCaching() const { return recordCaching; }
+
   // Visible nodes: the root and every non-empty node. Works in any state.
   int GetNodeCount();
   bool StateIs(StatsState value) const { return state == value; }
@@ -143,7 +155,7 @@ class Stats {
  private:
   void SetState(StatsState value) { state = value; }
   bool ProcessStatsDefinitions();
-  bool ProcessRecordRecursively(TreeNode* node, int depth);
+  bool ProcessRecordRecursively(const StatsRecord* source, TreeNode* node, int depth);
   bool FinalizeRecursively(TreeNode* node);
   void NodeCountRecursively(TreeNode* node, int& count);
   int GetTreeDepth() const;
@@ -169,6 +181,7 @@ class Stats {
   std::string currentStatsName;
   GroupingResults* currentGroupingResults = nullptr;
   StatsState state = NotConfigured;
+  bool recordCaching = true;
 };
 
 }  // namespace stattree

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <typeinfo>
 
+#include "stattree/boundary/record_cache.h"
 #include "stattree/criteria/always_pass_criteria.h"
 #include "stattree/criteria/criteria.h"
 #include "stattree/criteria/multiple_criteria.h"
@@ -155,7 +156,7 @@ bool GroupingResults::FindIndexedSet(std::size_t& position, bool& found,
                                      const StatsRecord& record) {
   // An error already set makes the walk fail at the first set that does
   // not match: only the walk reproduces that.
-  if (groupings.size() <= kLinearSets || IsErrorSet()) return false;
+  if (groupings.size() <= kLinearSets || IsErrorSet() || !MayLookUpByValue(record)) return false;
   SetIndex* index = CurrentSetIndex();
   if (index == nullptr) return false;
   for (std::size_t i = 0; i < index->columns.size(); ++i) {

@@ -4,6 +4,7 @@
 #include <typeinfo>
 #include <utility>
 
+#include "stattree/boundary/record_cache.h"
 #include "stattree/criteria/always_pass_criteria.h"
 #include "stattree/criteria/criteria.h"
 #include "stattree/criteria/criteria_term.h"
@@ -221,7 +222,7 @@ bool TreeNode::CreateChild(TreeNode*& child, bool& created, const StatsRecord* r
 bool TreeNode::FindIndexedChild(std::size_t& position, bool& found, const StatsRecord& record) {
   // An error already set makes the walk fail at the first child that does
   // not match: only the walk reproduces that.
-  if (children.size() <= kLinearChildren || IsErrorSet()) return false;
+  if (children.size() <= kLinearChildren || IsErrorSet() || !MayLookUpByValue(record)) return false;
   ChildIndex* index = CurrentChildIndex();
   if (index == nullptr) return false;
   Variant value;

@@ -77,10 +77,11 @@ bool EnumResult::ProcessRecord(const StatsRecord& record) {
     counters[index] += 1.0F;
     return true;
   }
-  Variant value;
-  if (!ReadValue(value, record, kLocProcessRead)) return false;
+  Variant scratch;
+  const Variant* value = ReadValue(scratch, record, kLocProcessRead);
+  if (value == nullptr) return false;
   // A non-empty value that matched no bin is counted nowhere.
-  if (value.IsEmpty()) AddOne(notAvailableCount);
+  if (value->IsEmpty()) AddOne(notAvailableCount);
   return true;
 }
 

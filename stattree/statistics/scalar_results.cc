@@ -74,9 +74,10 @@ CountValidResult& CountValidResult::operator=(const CountValidResult& other) {
 StatsResult* CountValidResult::Clone() { return CloneOf(*this, column); }
 
 bool CountValidResult::ProcessRecord(const StatsRecord& record) {
-  Variant value;
-  if (!ReadValue(value, record, kLocCountValidRead)) return false;
-  if (IsUsable(value)) AddOne(count);
+  Variant scratch;
+  const Variant* value = ReadValue(scratch, record, kLocCountValidRead);
+  if (value == nullptr) return false;
+  if (IsUsable(*value)) AddOne(count);
   return true;
 }
 
@@ -100,11 +101,12 @@ MinResult& MinResult::operator=(const MinResult& other) {
 StatsResult* MinResult::Clone() { return CloneOf(*this, column); }
 
 bool MinResult::ProcessRecord(const StatsRecord& record) {
-  Variant value;
-  if (!ReadValue(value, record, kLocMinRead)) return false;
+  Variant scratch;
+  const Variant* value = ReadValue(scratch, record, kLocMinRead);
+  if (value == nullptr) return false;
   // No validity test: the Variant ordering alone lets the first value
   // replace the empty start value.
-  if (value < minimum) minimum = std::move(value);
+  if (*value < minimum) minimum = *value;
   return true;
 }
 
@@ -128,9 +130,10 @@ MaxResult& MaxResult::operator=(const MaxResult& other) {
 StatsResult* MaxResult::Clone() { return CloneOf(*this, column); }
 
 bool MaxResult::ProcessRecord(const StatsRecord& record) {
-  Variant value;
-  if (!ReadValue(value, record, kLocMaxRead)) return false;
-  if (value > maximum) maximum = std::move(value);
+  Variant scratch;
+  const Variant* value = ReadValue(scratch, record, kLocMaxRead);
+  if (value == nullptr) return false;
+  if (*value > maximum) maximum = *value;
   return true;
 }
 
@@ -154,11 +157,12 @@ SumResult& SumResult::operator=(const SumResult& other) {
 StatsResult* SumResult::Clone() { return CloneOf(*this, column); }
 
 bool SumResult::ProcessRecord(const StatsRecord& record) {
-  Variant value;
-  if (!ReadValue(value, record, kLocSumRead)) return false;
+  Variant scratch;
+  const Variant* value = ReadValue(scratch, record, kLocSumRead);
+  if (value == nullptr) return false;
   // Kept: only validity is tested, so an empty value is added too (unlike
   // Average and StdDev).
-  if (value.IsValid()) sum = sum + value;
+  if (value->IsValid()) sum = sum + *value;
   return true;
 }
 
@@ -184,10 +188,11 @@ AverageResult& AverageResult::operator=(const AverageResult& other) {
 StatsResult* AverageResult::Clone() { return CloneOf(*this, column); }
 
 bool AverageResult::ProcessRecord(const StatsRecord& record) {
-  Variant value;
-  if (!ReadValue(value, record, kLocAverageRead)) return false;
-  if (IsUsable(value)) {
-    sum = sum + value;
+  Variant scratch;
+  const Variant* value = ReadValue(scratch, record, kLocAverageRead);
+  if (value == nullptr) return false;
+  if (IsUsable(*value)) {
+    sum = sum + *value;
     AddOne(count);
   }
   return true;
@@ -220,12 +225,13 @@ StdDevResult& StdDevResult::operator=(const StdDevResult& other) {
 StatsResult* StdDevResult::Clone() { return CloneOf(*this, column); }
 
 bool StdDevResult::ProcessRecord(const StatsRecord& record) {
-  Variant value;
-  if (!ReadValue(value, record, kLocStdDevRead)) return false;
-  if (IsUsable(value)) {
-    sum = sum + value;
+  Variant scratch;
+  const Variant* value = ReadValue(scratch, record, kLocStdDevRead);
+  if (value == nullptr) return false;
+  if (IsUsable(*value)) {
+    sum = sum + *value;
     AddOne(count);
-    sumOfSquares = sumOfSquares + value * value;
+    sumOfSquares = sumOfSquares + *value * *value;
   }
   return true;
 }

@@ -1,5 +1,6 @@
 #include "stattree/statistics/stats_result.h"
 
+#include "stattree/boundary/record_cache.h"
 #include "stattree/boundary/record_error.h"
 #include "stattree/engine/error_reporting.h"
 #include "stattree/statistics/enum_result.h"
@@ -38,9 +39,11 @@ StatsResult* StatsResult::New(StatsDefn::StatsType type, int column) {
   }
 }
 
-bool StatsResult::ReadValue(Variant& value, const StatsRecord& record, int location) const {
-  if (!record.GetValue(value, column)) return ReportStatisticRecordError(location, record);
-  return true;
+const Variant* StatsResult::ReadValue(Variant& scratch, const StatsRecord& record,
+                                      int location) const {
+  const Variant* value = ReadColumn(record, column, scratch);
+  if (value == nullptr) ReportStatisticRecordError(location, record);
+  return value;
 }
 
 }  // namespace stattree

@@ -58,10 +58,11 @@ class StatsResult {
   StatsResult(const StatsResult& other) = default;
   StatsResult& operator=(const StatsResult& other) = default;
 
-  // Reads this statistic's column of `record` into `value`. A failed read
-  // runs the statistic-side record error report with `location` and gives
-  // its answer (false).
-  bool ReadValue(Variant& value, const StatsRecord& record, int location) const;
+  // This statistic's column of `record`, read into `scratch` unless the
+  // record is the engine's cache (the value is then only valid until the
+  // next read). A failed read runs the statistic-side record error report
+  // with `location` and gives null.
+  const Variant* ReadValue(Variant& scratch, const StatsRecord& record, int location) const;
 
   // Column handed to StatsRecord::GetValue; -1 is passed on unchecked.
   int column;

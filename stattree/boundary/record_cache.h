@@ -1,0 +1,96 @@
+// RecordCache: the host's record as the engine's readers see it during a
+// run, each column read through the host at most once per record.
+//
+// The engine wraps the host's StatsRecord in one RecordCache per
+// ProcessRecords call and hands the wrapper to every node, criteria and
+// statistic. A successful read is kept until the next record move
+// (NextRecord); a failed read is never kept, so every reader that asks for
+// that column calls the host again, reports its own failure with its own
+// location and asks GetError exactly as it would without the cache. This is
+// exact for every host whose record stays unchanged between its record
+// moves. With caching disabled every read goes to the host, once per
+// reader.
+//
+// The wrapper also remembers, per record, answers that depend only on the
+// record's values (the bin a criteria set finds), keyed by the object that
+// computed them; they are dropped with the values.
+//
+// Readers use ReadColumn, which peeks at the cached value without copying
+// it; any other StatsRecord is read into the caller's scratch value.
+//
+// Ownership: borrows the host's record, which must outlive it. Thread-safety:
+// none; one run on one thread.
+#ifndef STATTREE_BOUNDARY_RECORD_CACHE_H_
+#define STATTREE_BOUNDARY_RECORD_CACHE_H_
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "stattree/boundary/stats_record.h"
+#include "stattree/boundary/variant.h"
+
+namespace stattree {
+
+class RecordCache final : public StatsRecord {
+ public:
+  RecordCache(const StatsRecord& host, bool enabled);
+  RecordCache(const RecordCache&) = delete;
+  RecordCache& operator=(const RecordCache&) = delete;
+
+  // False when every read goes to the host.
+  bool Enabled() const { return enabled; }
+
+  // Forgets every value and answer: the host has moved to another record.
+  void NextRecord() { ++generation; }
+
+  bool GetValue(Variant& value, int colNum) const override;
+  bool GetError(int& code, int& second, std::string& message, bool& flag) const override;
+
+  // The column's value, valid until the next read of any column; null when
+  // the host's read failed.
+  const Variant* Peek(int colNum) const;
+
+  // A remembered answer of `owner` for the current record.
+  bool FindAnswer(const void* owner, int& answer) const;
+  void KeepAnswer(const void* owner, int answer) const;
+
+  // The cache behind `record`, or null when it is some other record.
+  static const RecordCache* Of(const StatsRecord& record);
+
+ private:
+  struct Slot {
+    std::uint64_t generation = 0;
+    Variant value;
+  };
+  struct Answer {
+    const void* owner;
+    std::uint64_t generation;
+    int value;
+  };
+
+  const StatsRecord& host;
+  const bool enabled;
+  std::uint64_t generation = 1;
+  mutable std::vector<Slot> slots;  // by column number
+  mutable Variant uncached;         // columns outside the slots, or caching off
+  mutable std::vector<Answer> answers;
+};
+
+// Whether a lookup by value may stand in for a walk that reads the record
+// once per candidate: not when the engine's caching is off.
+inline bool MayLookUpByValue(const StatsRecord& record) {
+  const RecordCache* cache = RecordCache::Of(record);
+  return cache == nullptr || cache->Enabled();
+}
+
+// The value of `column` for a reader: peeked from the engine's cache, or read
+// into `scratch` from any other record. Null when the read failed.
+inline const Variant* ReadColumn(const StatsRecord& record, int column, Variant& scratch) {
+  if (const RecordCache* cache = RecordCache::Of(record)) return cache->Peek(column);
+  return record.GetValue(scratch, column) ? &scratch : nullptr;
+}
+
+}  // namespace stattree
+
+#endif  // STATTREE_BOUNDARY_RECORD_CACHE_H_
