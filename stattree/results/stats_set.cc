@@ -1,7 +1,10 @@
 #include "stattree/results/stats_set.h"
 
+#include <algorithm>
 #include <climits>
+#include <cstddef>
 #include <memory>
+#include <new>
 #include <utility>
 
 #include "stattree/criteria/criteria.h"
@@ -21,12 +24,10 @@ constexpr int kErrSetValuesUnconfigured = 11240;
 constexpr int kLocSetValues = 11250;
 constexpr int kErrMeetsUnconfigured = 11260;
 constexpr int kLocMeets = 11270;
-constexpr int kErrProcessNullResult = 11280;
 constexpr int kLocProcessResult = 11290;
 constexpr int kLocGetResultValue = 11300;
 constexpr int kLocGetResultLookup = 11310;
 constexpr int kErrUnknownStatsName = 11320;
-constexpr int kErrLookupNullResult = 11330;
 constexpr int kErrTextUnconfigured = 11340;
 constexpr int kLocText = 11350;
 
@@ -43,60 +44,65 @@ StatsSet::StatsSet() = default;
 StatsSet::StatsSet(const StatsSet& other) { CopyDataMembers(other); }
 
 StatsSet::StatsSet(StatsSet&& other) noexcept
-    : groupingCriteria(other.groupingCriteria),
+    : groupingCriteria(std::move(other.groupingCriteria)),
+      names(std::move(other.names)),
       results(std::move(other.results)),
       recordsProcessed(other.recordsProcessed) {
-  other.groupingCriteria = nullptr;
-  other.results.clear();
-  other.recordsProcessed = 0;
+  other.DeleteDataMembers();
 }
 
 StatsSet& StatsSet::operator=(const StatsSet& other) {
-  if (this != &other) {
-    DeleteDataMembers();
-    CopyDataMembers(other);
-  }
+  if (this != &other) CopyDataMembers(other);
   return *this;
 }
 
 StatsSet& StatsSet::operator=(StatsSet&& other) noexcept {
   if (this != &other) {
-    DeleteDataMembers();
-    std::swap(groupingCriteria, other.groupingCriteria);
-    results.swap(other.results);
-    std::swap(recordsProcessed, other.recordsProcessed);
+    groupingCriteria = std::move(other.groupingCriteria);
+    names = std::move(other.names);
+    results = std::move(other.results);
+    recordsProcessed = other.recordsProcessed;
+    other.DeleteDataMembers();
   }
   return *this;
 }
 
-StatsSet::~StatsSet() { DeleteDataMembers(); }
+StatsSet::~StatsSet() = default;
 
 void StatsSet::CopyDataMembers(const StatsSet& other) {
-  Criteria* clone = other.groupingCriteria != nullptr ? other.groupingCriteria->Clone() : nullptr;
-  delete groupingCriteria;
-  groupingCriteria = clone;
-  for (const auto& entry : other.results) {
-    if (entry.second == nullptr) continue;
-    StatsResult*& slot = results[entry.first];
-    StatsResult* copy = entry.second->Clone();
-    delete slot;
-    slot = copy;
-    if (slot == nullptr) results.erase(entry.first);  // keeps "never null"
+  // Everything is copied before anything is replaced: an allocation
+  // failure midway leaves this set as it was and leaks nothing.
+  std::unique_ptr<Criteria> clone(
+      other.groupingCriteria != nullptr ? other.groupingCriteria->Clone() : nullptr);
+  std::vector<std::unique_ptr<StatsResult>> copies;
+  copies.reserve(other.results.size());
+  for (const auto& result : other.results) {
+    copies.emplace_back(result->Clone());
+    if (copies.back() == nullptr) throw std::bad_alloc();
   }
+  groupingCriteria = std::move(clone);
+  names = other.names;
+  results = std::move(copies);
   recordsProcessed = other.recordsProcessed;
 }
 
 void StatsSet::DeleteDataMembers() {
   recordsProcessed = 0;
-  delete groupingCriteria;
-  groupingCriteria = nullptr;
-  for (auto& entry : results) delete entry.second;
+  groupingCriteria.reset();
+  names.reset();
   results.clear();
+}
+
+StatsResult* StatsSet::Find(const std::string& name) const {
+  if (names == nullptr) return nullptr;
+  const auto at = std::lower_bound(names->begin(), names->end(), name);
+  if (at == names->end() || *at != name) return nullptr;
+  return results[static_cast<std::size_t>(at - names->begin())].get();
 }
 
 bool StatsSet::AddNewStatsDefn(const StatsDefn& defn) {
   const std::string& name = defn.GetName();
-  if (results.find(name) != results.end()) return true;
+  if (Find(name) != nullptr) return true;
   std::unique_ptr<StatsResult> result(
       StatsResult::New(Mutable(defn).GetType(), defn.GetFieldColNum()));
   // Kept before the null test: an error left set by an earlier call fails
@@ -107,15 +113,21 @@ bool StatsSet::AddNewStatsDefn(const StatsDefn& defn) {
     auto* enumResult = dynamic_cast<EnumResult*>(result.get());
     if (enumResult != nullptr) enumResult->ConfigureCriteriaSet(defn.GetEnumCriteriaSet());
   }
-  results.emplace(name, result.release());
+  // A new table, since the current one may be shared with other sets.
+  auto newNames = names != nullptr ? std::make_shared<Names>(*names) : std::make_shared<Names>();
+  const auto at = std::lower_bound(newNames->begin(), newNames->end(), name);
+  const auto position = at - newNames->begin();
+  newNames->insert(at, name);
+  results.reserve(results.size() + 1);
+  // Nothing below can throw.
+  results.insert(results.begin() + position, std::move(result));
+  names = std::move(newNames);
   return true;
 }
 
 bool StatsSet::ConfigureCriteria(Criteria* criteria) {
   if (criteria == nullptr) return SetErrorCode(kErrNullCriteria);
-  Criteria* clone = criteria->Clone();
-  delete groupingCriteria;
-  groupingCriteria = clone;
+  groupingCriteria.reset(criteria->Clone());
   return groupingCriteria != nullptr;
 }
 
@@ -136,31 +148,20 @@ bool StatsSet::ProcessRecord(const StatsRecord& record) {
   // Counted first and always, also when an accumulator fails below; the
   // count saturates instead of overflowing.
   if (recordsProcessed < INT_MAX) ++recordsProcessed;
-  for (auto& entry : results) {
-    if (entry.second == nullptr) return SetErrorCode(kErrProcessNullResult);
-    if (!entry.second->ProcessRecord(record)) return DumpLocation(kLocProcessResult);
+  for (const auto& result : results) {
+    if (!result->ProcessRecord(record)) return DumpLocation(kLocProcessResult);
   }
   return true;
 }
 
 void StatsSet::Finalize() {
-  for (auto& entry : results) {
-    if (entry.second == nullptr) return;
-    entry.second->Finalize();
-  }
+  for (const auto& result : results) result->Finalize();
 }
 
 StatsResult* StatsSet::GetStatsResult(const std::string& name) const {
-  auto it = results.find(name);
-  if (it == results.end()) {
-    SetErrorCode(kErrUnknownStatsName);
-    return nullptr;
-  }
-  if (it->second == nullptr) {
-    SetErrorCode(kErrLookupNullResult);
-    return nullptr;
-  }
-  return it->second;
+  StatsResult* result = Find(name);
+  if (result == nullptr) SetErrorCode(kErrUnknownStatsName);
+  return result;
 }
 
 bool StatsSet::GetResult(Variant& value, const std::string& name) const {
@@ -183,13 +184,14 @@ bool StatsSet::GetCriteriaText(std::vector<std::string>& texts) const {
 
 bool StatsSet::operator<(const StatsSet& other) const {
   if (groupingCriteria == nullptr || other.groupingCriteria == nullptr) return false;
-  return groupingCriteria->IsLessThan(other.groupingCriteria);
+  return groupingCriteria->IsLessThan(other.groupingCriteria.get());
 }
 
 void StatsSet::DumpObject(std::ostream& os, const std::map<std::string, StatsDefn>& defns) {
-  for (const auto& entry : results) {
-    os << kIndent << "Stats Name: " << entry.first << "\r\n";
-    auto found = defns.find(entry.first);
+  for (std::size_t i = 0; i < results.size(); ++i) {
+    const std::string& name = (*names)[i];
+    os << kIndent << "Stats Name: " << name << "\r\n";
+    auto found = defns.find(name);
     if (found == defns.end()) {
       os << kIndent << "NO STATS DEFN FOR THIS NAME\r\n";
       continue;
@@ -244,7 +246,7 @@ void StatsSet::DumpObject(std::ostream& os, const std::map<std::string, StatsDef
       os << "no field\r\n";
     }
 
-    if (entry.second != nullptr) entry.second->DumpObject(os);
+    results[i]->DumpObject(os);
     os << "\r\n\r\n";
   }
 }

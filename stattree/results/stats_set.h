@@ -11,7 +11,10 @@
 // a failed ProcessRecord still counts the record.
 //
 // Ownership: the set owns its criteria clone and every accumulator; copies
-// are deep (Clone). Accumulator maps are ordered byte-wise by name.
+// are deep (Clone). Accumulators are kept in byte-wise order of their names;
+// the name table is shared by copies (it is the same for every set of a
+// grouping) and copied before it changes, so a set costs its accumulators
+// and a few words.
 //
 // Failures are reported through TheErrorManager() (code at the detecting
 // site, then each caller's location) and answered with false or null.
@@ -21,6 +24,7 @@
 #define STATTREE_RESULTS_STATS_SET_H_
 
 #include <map>
+#include <memory>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -66,7 +70,7 @@ class StatsSet {
   // The combination's values as text, one per grouping field; empty for an
   // always-pass criteria.
   bool GetCriteriaText(std::vector<std::string>& texts) const;
-  Criteria* GetCriteria() const { return groupingCriteria; }
+  Criteria* GetCriteria() const { return groupingCriteria.get(); }
   int GetRecordsProcessed() const { return recordsProcessed; }
 
   // Grouping values compared position by position; a set without criteria
@@ -81,8 +85,15 @@ class StatsSet {
   void CopyDataMembers(const StatsSet& other);
   void DeleteDataMembers();
 
-  Criteria* groupingCriteria = nullptr;         // owned
-  std::map<std::string, StatsResult*> results;  // owned, never null
+  using Names = std::vector<std::string>;
+
+  // The accumulator named `name`, or null.
+  StatsResult* Find(const std::string& name) const;
+
+  std::unique_ptr<Criteria> groupingCriteria;
+  std::shared_ptr<const Names> names;  // null while there is no accumulator
+  // results[i] is named (*names)[i]; never null.
+  std::vector<std::unique_ptr<StatsResult>> results;
   int recordsProcessed = 0;
 };
 
