@@ -1,7 +1,6 @@
 #include "stattree/boundary/record_cache.h"
 
 #include <cstddef>
-#include <typeinfo>
 
 namespace stattree {
 
@@ -29,7 +28,7 @@ bool RecordCache::GetError(int& code, int& second, std::string& message, bool& f
   return host.GetError(code, second, message, flag);
 }
 
-const Variant* RecordCache::Peek(int colNum) const {
+const Variant* RecordCache::Read(int colNum) const {
   if (!enabled || colNum < 0 || colNum >= kCachedColumns) {
     // Every read is a fresh default-constructed value, as a reader's own.
     uncached = Variant();
@@ -65,11 +64,6 @@ void RecordCache::KeepAnswer(const void* owner, int answer) const {
     }
   }
   if (answers.size() < kKeptAnswers) answers.push_back(Answer{owner, generation, answer});
-}
-
-const RecordCache* RecordCache::Of(const StatsRecord& record) {
-  if (typeid(record) != typeid(RecordCache)) return nullptr;
-  return static_cast<const RecordCache*>(&record);
 }
 
 }  // namespace stattree

@@ -23,8 +23,10 @@
 #ifndef STATTREE_BOUNDARY_RECORD_CACHE_H_
 #define STATTREE_BOUNDARY_RECORD_CACHE_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
+#include <typeinfo>
 #include <vector>
 
 #include "stattree/boundary/stats_record.h"
@@ -49,16 +51,28 @@ class RecordCache final : public StatsRecord {
 
   // The column's value, valid until the next read of any column; null when
   // the host's read failed.
-  const Variant* Peek(int colNum) const;
+  const Variant* Peek(int colNum) const {
+    const auto at = static_cast<std::size_t>(colNum);
+    if (at < slots.size() && slots[at].generation == generation) return &slots[at].value;
+    return Read(colNum);
+  }
 
   // A remembered answer of `owner` for the current record.
   bool FindAnswer(const void* owner, int& answer) const;
   void KeepAnswer(const void* owner, int answer) const;
 
-  // The cache behind `record`, or null when it is some other record.
-  static const RecordCache* Of(const StatsRecord& record);
+  // The cache behind `record`, or null when it is some other record. Only
+  // the library makes caches, so one type_info object stands for them all;
+  // were it ever missed, readers would still read through GetValue.
+  static const RecordCache* Of(const StatsRecord& record) {
+    if (&typeid(record) != &typeid(RecordCache)) return nullptr;
+    return static_cast<const RecordCache*>(&record);
+  }
 
  private:
+  // Peek past the kept values: through the host, keeping what it gives.
+  const Variant* Read(int colNum) const;
+
   struct Slot {
     std::uint64_t generation = 0;
     Variant value;

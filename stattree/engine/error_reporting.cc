@@ -8,10 +8,13 @@ namespace {
 constexpr int kOutOfMemoryCode = 10001;
 }  // namespace
 
+ErrorManager* sBuiltErrorManager = nullptr;
+
 ErrorManager& TheErrorManager() {
   // Function-local so that hosts' static objects may report during their
   // own static initialisation.
   static ErrorManager manager(kErrorTable, "QK");
+  sBuiltErrorManager = &manager;
   return manager;
 }
 

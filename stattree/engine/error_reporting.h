@@ -18,10 +18,17 @@ namespace stattree {
 // Built on first use from the error table, named "QK"; lives until exit.
 ErrorManager& TheErrorManager();
 
+// The manager once built, else null: lets the per-record checks skip the
+// call (constant-initialised, so it is null before any static constructor).
+extern ErrorManager* sBuiltErrorManager;
+
 // Shorthands for the common calls; each returns false.
 inline bool SetErrorCode(int code) { return TheErrorManager().Set(code); }
 inline bool DumpLocation(int location) { return TheErrorManager().DumpCode(location); }
-inline bool IsErrorSet() { return TheErrorManager().IsErrorSet(); }
+inline bool IsErrorSet() {
+  const ErrorManager* manager = sBuiltErrorManager;
+  return (manager != nullptr ? *manager : TheErrorManager()).IsErrorSet();
+}
 
 // The "index,bound" detail of every index error ("5,3", no space).
 std::string IndexDetail(int index, int bound);
