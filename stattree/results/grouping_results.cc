@@ -89,7 +89,7 @@ struct GroupingResults::SetIndex {
   FirstMatchIndex keys;
 };
 
-GroupingResults::GroupingResults() = default;
+GroupingResults::GroupingResults() : prototype(std::make_shared<StatsSet>()) {}
 
 GroupingResults::GroupingResults(const GroupingResults& other) { CopyDataMembers(other); }
 
@@ -99,6 +99,11 @@ GroupingResults& GroupingResults::operator=(const GroupingResults& other) {
 }
 
 GroupingResults::~GroupingResults() = default;
+
+StatsSet& GroupingResults::OwnPrototype() {
+  if (prototype.use_count() > 1) prototype = std::make_shared<StatsSet>(*prototype);
+  return *prototype;
+}
 
 void GroupingResults::CopyDataMembers(const GroupingResults& other) {
   setIndex.reset();
@@ -112,13 +117,15 @@ bool GroupingResults::ConfigureCriteria(Criteria* groupingCriteria,
   if (groupingCriteria == nullptr || totalsCriteria == nullptr) {
     return SetErrorCode(kErrNullCriteria);
   }
-  if (!prototype.ConfigureCriteria(groupingCriteria)) return DumpLocation(kLocConfigurePrototype);
+  if (!OwnPrototype().ConfigureCriteria(groupingCriteria)) {
+    return DumpLocation(kLocConfigurePrototype);
+  }
   if (!totals.ConfigureCriteria(totalsCriteria)) return DumpLocation(kLocConfigureTotals);
   return true;
 }
 
 bool GroupingResults::AddNewStatsDefn(const StatsDefn& defn) {
-  if (!prototype.AddNewStatsDefn(defn)) return DumpLocation(kLocAddDefnPrototype);
+  if (!OwnPrototype().AddNewStatsDefn(defn)) return DumpLocation(kLocAddDefnPrototype);
   if (!totals.AddNewStatsDefn(defn)) return DumpLocation(kLocAddDefnTotals);
   return true;
 }
@@ -144,7 +151,7 @@ bool GroupingResults::ProcessRecord(const StatsRecord& record) {
     }
   }
   // A new combination: the failures below leave the new set in place.
-  groupings.push_back(prototype);
+  groupings.push_back(*prototype);
   StatsSet& added = groupings.back();
   if (!added.SetGroupingValues(record)) return DumpLocation(kLocNewSetValues);
   if (!added.ProcessRecord(record)) return DumpLocation(kLocNewSetRecord);
@@ -217,7 +224,7 @@ int GroupingResults::GetGroupingsCount() const { return static_cast<int>(groupin
 const StatsSet* GroupingResults::GetGroupingStatsSet(int index) const {
   // Deliberate: a grouping that saw no record answers its first index with
   // the unfed prototype, so an empty node still reports zero counts.
-  if (index == 0 && groupings.empty()) return &prototype;
+  if (index == 0 && groupings.empty()) return prototype.get();
   if (index < 0 || static_cast<size_t>(index) >= groupings.size()) {
     SetErrorCode(kErrBadIndex);
     return nullptr;

@@ -16,7 +16,10 @@
 // walk runs. The criteria of the sets handed out by GetGroupingStatsSet are
 // for reading: the index does not follow values changed through them.
 //
-// Ownership: everything is held by value and copied deeply.
+// Ownership: the combination and totals sets are held by value and copied
+// deeply. The never-fed prototype is shared by copies (every node of a tree
+// starts from the same one) and copied before it changes; its criteria, as
+// GetCriteriaPrototype hands it out, is for reading.
 //
 // Thread-safety: none; one caller thread.
 #ifndef STATTREE_RESULTS_GROUPING_RESULTS_H_
@@ -59,7 +62,7 @@ class GroupingResults {
   const StatsSet* GetGroupingStatsSet(int index) const;
   const StatsSet* GetTotalsStatsSet() const { return &totals; }
   // The prototype's own clone of the grouping criteria (may be null).
-  Criteria* GetCriteriaPrototype() { return prototype.GetCriteria(); }
+  Criteria* GetCriteriaPrototype() { return prototype->GetCriteria(); }
 
   // The dump of each combination set; totals and prototype are not dumped.
   void DumpObject(std::ostream& os, const std::map<std::string, StatsDefn>& defns);
@@ -76,7 +79,10 @@ class GroupingResults {
   SetIndex* CurrentSetIndex();
 
   std::vector<StatsSet> groupings;
-  StatsSet prototype;
+  // The prototype, no longer shared with any copy.
+  StatsSet& OwnPrototype();
+
+  std::shared_ptr<StatsSet> prototype;
   StatsSet totals;
   // Built lazily past a few combinations; dropped by copies and Finalize.
   std::unique_ptr<SetIndex> setIndex;

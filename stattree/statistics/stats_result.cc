@@ -39,11 +39,9 @@ StatsResult* StatsResult::New(StatsDefn::StatsType type, int column) {
   }
 }
 
-const Variant* StatsResult::ReadValue(Variant& scratch, const StatsRecord& record,
-                                      int location) const {
-  const Variant* value = ReadColumn(record, column, scratch);
-  if (value == nullptr) ReportStatisticRecordError(location, record);
-  return value;
+const Variant* StatsResult::ReadFailed(const StatsRecord& record, int location) {
+  ReportStatisticRecordError(location, record);
+  return nullptr;
 }
 
 }  // namespace stattree

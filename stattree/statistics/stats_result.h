@@ -23,6 +23,7 @@
 
 #include <ostream>
 
+#include "stattree/boundary/record_cache.h"
 #include "stattree/boundary/stats_record.h"
 #include "stattree/boundary/variant.h"
 #include "stattree/definitions/stats_defn.h"
@@ -62,7 +63,13 @@ class StatsResult {
   // record is the engine's cache (the value is then only valid until the
   // next read). A failed read runs the statistic-side record error report
   // with `location` and gives null.
-  const Variant* ReadValue(Variant& scratch, const StatsRecord& record, int location) const;
+  const Variant* ReadValue(Variant& scratch, const StatsRecord& record, int location) const {
+    const Variant* value = ReadColumn(record, column, scratch);
+    return value != nullptr ? value : ReadFailed(record, location);
+  }
+
+  // The statistic-side record error report; null.
+  static const Variant* ReadFailed(const StatsRecord& record, int location);
 
   // Column handed to StatsRecord::GetValue; -1 is passed on unchecked.
   int column;
