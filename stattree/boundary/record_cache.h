@@ -9,7 +9,9 @@
 // location and asks GetError exactly as it would without the cache. This is
 // exact for every host whose record stays unchanged between its record
 // moves. With caching disabled every read goes to the host, once per
-// reader.
+// reader. (A failing column may be asked once more than uncached: a criteria
+// set's quick walk gives up on a failed read and leaves the report to its
+// ordinary walk, which reads again.)
 //
 // The wrapper also remembers, per record, answers that depend only on the
 // record's values (the bin a criteria set finds), keyed by the object that

@@ -55,23 +55,7 @@ bool Criteria::EvaluateTerm(const CriteriaTerm& term, const StatsRecord& record)
   Variant scratch;
   const Variant* read = ReadColumn(record, term.column, scratch);
   if (read == nullptr) return ReportRecordError(kLocEvaluateRead, record);
-  const Variant& value = *read;
-  switch (term.op) {
-    case Equal:
-      return value.IsStringEquivalentTo(term.value);
-    case NotEqual:
-      return !value.IsStringEquivalentTo(term.value);
-    case Less:
-      return value < term.value;
-    case Greater:
-      return value > term.value;
-    case LessEqual:
-      return value <= term.value;
-    case GreaterEqual:
-      return value >= term.value;
-    default:
-      return false;
-  }
+  return TermHolds(term, *read);
 }
 
 std::string Criteria::ValueText(const Variant& value) { return std::string(value); }

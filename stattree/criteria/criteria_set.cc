@@ -1,9 +1,12 @@
 #include "stattree/criteria/criteria_set.h"
 
 #include <memory>
+#include <typeinfo>
 #include <utility>
 
 #include "stattree/boundary/record_cache.h"
+#include "stattree/criteria/always_pass_criteria.h"
+#include "stattree/criteria/multiple_criteria.h"
 #include "stattree/criteria/range_criteria.h"
 #include "stattree/criteria/single_criteria.h"
 #include "stattree/engine/error_reporting.h"
@@ -65,17 +68,20 @@ CriteriaSet::~CriteriaSet() {
 }
 
 void CriteriaSet::CopyDataMembers(const CriteriaSet& other) {
+  flatUsable = false;
   for (const auto& entry : other.criteriaList) {
     if (!entry) continue;
     // Owned before the list grows, so a failed growth cannot leak it.
     std::unique_ptr<Criteria> clone(entry->Clone());
     criteriaList.push_back(std::move(clone));
   }
+  Flatten();
 }
 
 // Kept: the entries stay in place (as nulls, which every operation skips),
 // so an assigned-onto set still counts them.
 void CriteriaSet::DeleteDataMembers() {
+  flatUsable = false;
   for (auto& entry : criteriaList) entry.reset();
 }
 
@@ -85,28 +91,34 @@ const Criteria* CriteriaSet::EntryAt(int index) const {
 }
 
 bool CriteriaSet::CreateEnum(const std::vector<std::string>& values, int colNum) {
+  flatUsable = false;
   if (colNum == -1) return Criteria::InvalidColumnError(kLocEnumListColumn, -1);
   for (const std::string& value : values) {
     // Kept: the answer is not looked at; the column was checked above.
     criteriaList.push_back(MakeSingle(colNum, Equal, Variant(value)));
   }
+  Flatten();
   return true;
 }
 
 bool CriteriaSet::CreateEnum(const std::set<std::string>& values, int colNum) {
+  flatUsable = false;
   if (colNum == -1) return Criteria::InvalidColumnError(kLocEnumSetColumn, colNum);
   for (const std::string& value : values) {
     auto single = std::make_unique<SingleCriteria>();
     if (!single->AddNewCriteria(CriteriaTerm{colNum, Equal, Variant(value)})) {
+      Flatten();
       return DumpLocation(kLocEnumSetRefused);
     }
     criteriaList.push_back(std::move(single));
   }
+  Flatten();
   return true;
 }
 
 bool CriteriaSet::CreateHistogram(const Variant& start, const Variant& width, int binCount,
                                   int colNum) {
+  flatUsable = false;
   if (colNum == -1) return Criteria::InvalidColumnError(kLocWidthHistogramColumn, colNum);
   if (binCount < 1) return InvalidSpecError(kLocWidthHistogramNoBins);
   criteriaList.push_back(MakeRange(colNum, GreaterEqual, OpenEdge(), Less, start));
@@ -117,11 +129,13 @@ bool CriteriaSet::CreateHistogram(const Variant& start, const Variant& width, in
     edge = next;
   }
   criteriaList.push_back(MakeRange(colNum, GreaterEqual, edge, Less, OpenEdge()));
+  Flatten();
   return true;
 }
 
 bool CriteriaSet::CreateHistogram(const std::vector<Variant>& edges, HistogramBinLogic logic,
                                   int colNum) {
+  flatUsable = false;
   if (colNum == -1) return Criteria::InvalidColumnError(kLocEdgeHistogramColumn, -1);
   if (edges.empty()) return InvalidSpecError(kLocEdgeHistogramNoEdges);
   const bool lowerInclusive = logic == LowerEdgeInclusive;
@@ -134,20 +148,74 @@ bool CriteriaSet::CreateHistogram(const std::vector<Variant>& edges, HistogramBi
     criteriaList.push_back(MakeRange(colNum, lowerOp, edges[i - 1], upperOp, edges[i]));
   }
   criteriaList.push_back(MakeSingle(colNum, lastOp, edges.back()));
+  Flatten();
   return true;
 }
 
 bool CriteriaSet::RecordMeetsCriteria(int& index, const StatsRecord& record) {
-  // Within one record the walk below reads the same cached values and so
-  // finds the same bin; with an error held it could fail midway, so it runs.
+  // Within one record the walk reads the same cached values and so finds
+  // the same bin; with an error held it could fail midway, so it runs.
   const RecordCache* cache = RecordCache::Of(record);
-  if (cache != nullptr && !IsErrorSet()) {
+  if (cache != nullptr && cache->Enabled() && !IsErrorSet()) {
     if (cache->FindAnswer(this, index)) return true;
-    if (!FindBin(index, record)) return false;
+    if (!(flatUsable && FindBinFlat(index, *cache)) && !FindBin(index, record)) return false;
     if (!IsErrorSet()) cache->KeepAnswer(this, index);
     return true;
   }
   return FindBin(index, record);
+}
+
+bool CriteriaSet::FindBinFlat(int& index, const RecordCache& cache) const {
+  std::size_t term = 0;
+  for (const FlatEntry& entry : flatEntries) {
+    bool meets = true;
+    for (; term < entry.termsEnd; ++term) {
+      const Variant* value = cache.Peek(flatTerms[term].column);
+      if (value == nullptr) return false;
+      if (!TermHolds(flatTerms[term], *value)) {
+        meets = false;
+        break;
+      }
+    }
+    if (meets) {
+      index = entry.index;
+      return true;
+    }
+    term = entry.termsEnd;
+  }
+  index = -1;
+  return true;
+}
+
+void CriteriaSet::Flatten() {
+  flatUsable = false;
+  std::vector<CriteriaTerm> terms;
+  std::vector<FlatEntry> entries;
+  for (int i = 0; i < GetCriteriaCount(); ++i) {
+    const Criteria* entry = criteriaList[i].get();
+    if (entry == nullptr) continue;
+    const std::type_info& kind = typeid(*entry);
+    if (kind != typeid(SingleCriteria) && kind != typeid(RangeCriteria) &&
+        kind != typeid(MultipleCriteria) && kind != typeid(AlwaysPassCriteria)) {
+      return;
+    }
+    for (int t = 0; t < entry->GetCriteriaCount(); ++t) {
+      CriteriaTerm term;
+      if (!entry->GetCriteria(term, t) || term.column == -1) return;
+      // An integer bound that a double holds exactly orders every value
+      // as that double does, and lets real values compare inline.
+      constexpr long long kExact = 1LL << 53;
+      if (term.op != Equal && term.op != NotEqual && term.value.IsInteger() &&
+          term.value.GetInteger() <= kExact && term.value.GetInteger() >= -kExact) {
+        term.value = Variant(static_cast<double>(term.value.GetInteger()));
+      }
+      terms.push_back(std::move(term));
+    }
+    entries.push_back(FlatEntry{i, terms.size()});
+  }
+  flatTerms.swap(terms);
+  flatEntries.swap(entries);
+  flatUsable = true;
 }
 
 bool CriteriaSet::FindBin(int& index, const StatsRecord& record) const {

@@ -20,6 +20,7 @@
 #ifndef STATTREE_CRITERIA_CRITERIA_SET_H_
 #define STATTREE_CRITERIA_CRITERIA_SET_H_
 
+#include <cstddef>
 #include <memory>
 #include <ostream>
 #include <set>
@@ -32,6 +33,8 @@
 #include "stattree/criteria/criteria_term.h"
 
 namespace stattree {
+
+class RecordCache;
 
 class CriteriaSet {
  public:
@@ -91,7 +94,24 @@ class CriteriaSet {
   // The walk behind RecordMeetsCriteria.
   bool FindBin(int& index, const StatsRecord& record) const;
 
+  // The list again as plain terms, rebuilt whenever the list changes, so
+  // that the engine's record loop finds a bin without a virtual call or a
+  // read per term. Only the four criteria kinds themselves (no subclass)
+  // and columns other than -1 can be flattened; otherwise `flatUsable` is
+  // false and the walk runs.
+  struct FlatEntry {
+    int index;             // position in criteriaList
+    std::size_t termsEnd;  // its terms end here in flatTerms
+  };
+  void Flatten();
+  // The walk over the flat terms; false when a read failed (nothing is
+  // reported: the walk then runs and reports it).
+  bool FindBinFlat(int& index, const RecordCache& cache) const;
+
   std::vector<std::unique_ptr<Criteria>> criteriaList;
+  std::vector<CriteriaTerm> flatTerms;
+  std::vector<FlatEntry> flatEntries;
+  bool flatUsable = false;
 };
 
 }  // namespace stattree

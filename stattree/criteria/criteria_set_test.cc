@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "stattree/boundary/record_cache.h"
 #include "stattree/criteria/criteria_test_util.h"
 
 namespace stattree {
@@ -105,6 +106,58 @@ TEST_F(CriteriaSetCreation, EdgeListHistogramWithBothBinLogics) {
   EXPECT_EQ(BinsOf(upper, {0, 1, 10, 20, 21}), (std::vector<int>{0, 1, 1, 2, 3}));
   CriteriaSet other = EdgesOf(static_cast<HistogramBinLogic>(7));
   EXPECT_EQ(Objects(other), Objects(upper));
+}
+
+// The engine's record cache lets a set find a bin from flattened terms;
+// every set shape and value kind must land where the walk lands.
+TEST_F(CriteriaSetLookup, TheQuickWalkThroughTheRecordCacheFindsTheWalksBin) {
+  std::vector<std::unique_ptr<CriteriaSet>> sets;
+  const auto add = [&sets]() -> CriteriaSet& {
+    sets.push_back(std::make_unique<CriteriaSet>());
+    return *sets.back();
+  };
+  add().CreateHistogram(Variant(0), Variant(100), 10, 4);
+  add().CreateHistogram(Variant(5.5), Variant(-2), 4, 4);  // bins that overlap
+  add().CreateHistogram({Variant(-1), Variant(2.5), Variant("k"), Variant(7)}, LowerEdgeInclusive,
+                        4);
+  add().CreateHistogram({Variant(3), Variant(3), Variant(9007199254740993LL)}, UpperEdgeInclusive,
+                        4);
+  add().CreateEnum(std::vector<std::string>{"Web", "5", "2.5", "", "Web"}, 4);
+  CriteriaSet& mixed = add();
+  mixed.CreateEnum(std::set<std::string>{"b", "a"}, 4);
+  mixed.CreateHistogram(Variant(1), Variant(1), 2, 4);
+  const std::vector<Variant> values = {Variant(),
+                                       Variant::Invalid(),
+                                       Variant(-5),
+                                       Variant(0),
+                                       Variant(0.0),
+                                       Variant(-0.0),
+                                       Variant(2.5),
+                                       Variant(3),
+                                       Variant(99.99),
+                                       Variant(100),
+                                       Variant(1e300),
+                                       Variant(5),
+                                       Variant("5"),
+                                       Variant("Web"),
+                                       Variant("a"),
+                                       Variant(""),
+                                       Variant("k"),
+                                       Variant(9007199254740992LL),
+                                       Variant(9007199254740993LL),
+                                       Variant(9007199254740992.0)};
+  for (const auto& set : sets) {
+    for (const Variant& value : values) {
+      const MapRecord record({{4, value}});
+      int walked = -99;
+      ASSERT_TRUE(set->RecordMeetsCriteria(walked, record));
+      RecordCache cache(record, true);
+      cache.NextRecord();
+      int quick = -99;
+      ASSERT_TRUE(set->RecordMeetsCriteria(quick, cache));
+      EXPECT_EQ(quick, walked) << std::string(value);
+    }
+  }
 }
 
 TEST_F(CriteriaSetLookup, FirstMatchWinsAndNoMatchIsMinusOne) {

@@ -22,6 +22,27 @@ struct CriteriaTerm {
   Variant value;
 };
 
+// Whether a record's `value` meets the term: "=" and "<>" by text
+// equivalence, the others by Variant ordering; an unknown operator never
+// holds.
+inline bool TermHolds(const CriteriaTerm& term, const Variant& value) {
+  switch (term.op) {
+    case Equal:
+      return value.IsStringEquivalentTo(term.value);
+    case NotEqual:
+      return !value.IsStringEquivalentTo(term.value);
+    case Less:
+      return value < term.value;
+    case Greater:
+      return value > term.value;
+    case LessEqual:
+      return value <= term.value;
+    case GreaterEqual:
+      return value >= term.value;
+  }
+  return false;
+}
+
 }  // namespace stattree
 
 #endif  // STATTREE_CRITERIA_CRITERIA_TERM_H_
