@@ -241,6 +241,13 @@ TEST(ToolCommands, ExitCodeAndMessages) {
        "stattree: error: j.json: /tree/0: the column name \"x\" appears 2 times in the header; "
        "rename the columns so that each name is unique\n",
        "x,amount,x\n1,2,3\n", R"({"tree": ["x"], "statistics": {}})"},
+      // Deep enough to overflow the stack if it were ever copied recursively.
+      {run, 1,
+       "stattree: error: j.json: /statistics/s/description" + Repeat("/0", 97) +
+           ": arrays and objects nest more than 100 levels deep (a job needs at most 5)\n",
+       kSales,
+       R"({"statistics": {"s": {"description": )" + Repeat("[", 300000) + Repeat("]", 300000) +
+           R"(, "type": "Sum", "field": "amount"}}})"},
       {run, 0,
        "stattree: warning: j.json: /statistics/x/values: Max does not count enumeration values "
        "(only EnumCount and EnumPercent do); ignored\n",
