@@ -41,9 +41,10 @@ constexpr const char* kFooter = R"(Cells become values as follows:
   --text COLUMNS keeps the listed columns as text.
 
 CSV: the first row names the columns; quoted cells may hold the delimiter,
-quotes ("") and line breaks; LF or CRLF line ends; blank lines are ignored.
-A row with another number of cells than the header, or broken quoting, is
-an error naming its line, unless --skip-bad-rows skips and counts it.
+quotes ("") and line breaks; LF, CRLF or CR line ends, each counted as
+one line; blank lines are ignored. A row with another number of cells than
+the header, or broken quoting, is an error naming its line, unless
+--skip-bad-rows skips and counts it.
 
 Exit codes: 0 success, 1 bad data or job, 2 usage error, 130 cancelled.)";
 

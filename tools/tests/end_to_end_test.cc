@@ -210,6 +210,8 @@ TEST(ToolCommands, ExitCodeAndMessages) {
        "line break\n"},
       {run, 1, "stattree: error: d.csv: line 3: the row has 3 cells, the header has 2\n",
        "amount,b\n1,2\n3,4,5\n"},
+      {run, 1, "stattree: error: d.csv: line 3: the row has 3 cells, the header has 2\n",
+       "amount,b\r1,2\r3,4,5\r"},
       {run, 1,
        "stattree: error: d.csv: line 3: unterminated quote: the quoted cell opened in this row "
        "never closes\n",
