@@ -17,6 +17,7 @@
 #include "tools/stattree/definition_builder.h"
 #include "tools/stattree/job_loader.h"
 #include "tools/stattree/library_error.h"
+#include "tools/stattree/printable_text.h"
 #include "tools/stattree/progress_bar.h"
 #include "tools/stattree/report_collector.h"
 #include "tools/stattree/report_json.h"
@@ -70,7 +71,8 @@ class Runner {
 
  private:
   int Fail(const std::string& file, const std::string& message) {
-    err_ << "stattree: error: " << (file.empty() ? "" : file + ": ") << message << "\n";
+    err_ << "stattree: error: " << (file.empty() ? "" : file + ": ")
+         << PrintableText::Escape(message) << "\n";
     return App::kExitBadInput;
   }
   int FailAll(const std::string& file, const std::vector<std::string>& messages) {
@@ -92,7 +94,7 @@ int Runner::Run() {
   std::vector<std::string> errors;
   const bool loaded = JobLoader::Load(job, errors, options_.jobPath);
   for (const std::string& w : job.warnings) {
-    err_ << "stattree: warning: " << options_.jobPath << ": " << w << "\n";
+    err_ << "stattree: warning: " << options_.jobPath << ": " << PrintableText::Escape(w) << "\n";
   }
   if (!loaded) return FailAll(options_.jobPath, errors);
 

@@ -239,6 +239,12 @@ TEST(ToolCommands, ExitCodeAndMessages) {
        kSales,
        R"({"tree": ["regoin"], "statistics": {"s": {"type": "Sum", "field": "amount",
            "subset": {"where": {"yr": 1}}}}})"},
+      // Control bytes from the header and the job are shown, not obeyed.
+      {run, 1,
+       "stattree: error: j.json: /tree/0: unknown column \"x\\x1by\"; the header has "
+       "\"re\\x1b[31mgion\", \"amount\", \"n\\x00l\\x09\", \"\\x7f\\xc2\\x9b\xc3\xa9\"\n",
+       std::string("re\x1b[31mgion,amount,n") + '\0' + "l\t,\x7f\xc2\x9b\xc3\xa9\n1,2,3,4\n",
+       R"({"tree": ["x\u001by"], "statistics": {}})"},
       {run, 1,
        "stattree: error: j.json: /tree/0: the column name \"x\" appears 2 times in the header; "
        "rename the columns so that each name is unique\n",
