@@ -17,6 +17,7 @@
 #include "tools/stattree/definition_builder.h"
 #include "tools/stattree/job_loader.h"
 #include "tools/stattree/library_error.h"
+#include "tools/stattree/printable_text.h"
 #include "tools/stattree/progress_bar.h"
 #include "tools/stattree/report_collector.h"
 #include "tools/stattree/report_json.h"
@@ -41,9 +42,10 @@ constexpr const char* kFooter = R"(Cells become values as follows:
   --text COLUMNS keeps the listed columns as text.
 
 CSV: the first row names the columns; quoted cells may hold the delimiter,
-quotes ("") and line breaks; LF or CRLF line ends; blank lines are ignored.
-A row with another number of cells than the header, or broken quoting, is
-an error naming its line, unless --skip-bad-rows skips and counts it.
+quotes ("") and line breaks; LF, CRLF or CR line ends, each counted as
+one line; blank lines are ignored. A row with another number of cells than
+the header, or broken quoting, is an error naming its line, unless
+--skip-bad-rows skips and counts it.
 
 Exit codes: 0 success, 1 bad data or job, 2 usage error, 130 cancelled.)";
 
@@ -69,7 +71,8 @@ class Runner {
 
  private:
   int Fail(const std::string& file, const std::string& message) {
-    err_ << "stattree: error: " << (file.empty() ? "" : file + ": ") << message << "\n";
+    err_ << "stattree: error: " << (file.empty() ? "" : file + ": ")
+         << PrintableText::Escape(message) << "\n";
     return App::kExitBadInput;
   }
   int FailAll(const std::string& file, const std::vector<std::string>& messages) {
@@ -91,7 +94,7 @@ int Runner::Run() {
   std::vector<std::string> errors;
   const bool loaded = JobLoader::Load(job, errors, options_.jobPath);
   for (const std::string& w : job.warnings) {
-    err_ << "stattree: warning: " << options_.jobPath << ": " << w << "\n";
+    err_ << "stattree: warning: " << options_.jobPath << ": " << PrintableText::Escape(w) << "\n";
   }
   if (!loaded) return FailAll(options_.jobPath, errors);
 

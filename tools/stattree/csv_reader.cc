@@ -13,6 +13,12 @@ constexpr std::size_t kParserBlockBytes = 4096;
 // Spaces are part of a cell (libcsv would trim them by default).
 int NoSpace(unsigned char) { return 0; }
 
+// The first `c` in [begin, end), or end.
+const char* Find(const char* begin, const char* end, char c) {
+  const void* found = std::memchr(begin, c, static_cast<std::size_t>(end - begin));
+  return found != nullptr ? static_cast<const char*>(found) : end;
+}
+
 bool IsBlankLine(const char* data, std::size_t size) {
   for (std::size_t i = 0; i < size; ++i) {
     if (data[i] != '\r' && data[i] != '\n') return false;
@@ -99,7 +105,7 @@ void CsvReader::BadRow(const std::string& message) {
 }
 
 void CsvReader::Feed(const char* data, std::size_t size) {
-  const bool endsLine = size > 0 && data[size - 1] == '\n';
+  const bool endsLine = size > 0 && (data[size - 1] == '\n' || data[size - 1] == '\r');
   if (skippingLine_) {
     if (endsLine) skippingLine_ = false;
     return;
@@ -168,11 +174,22 @@ bool CsvReader::Fill() {
   }
   if (bomMatched_ == 3) bomMatched_ = -1;
   bytesRead_ += n;
+  // The next LF is looked up once for all the CRs before it, so that
+  // neither kind of file is scanned more than twice.
+  const char* nextLf = Find(begin, end, '\n');
   while (begin < end && !failed_) {
-    const void* newline = std::memchr(begin, '\n', static_cast<std::size_t>(end - begin));
-    const char* segmentEnd = newline != nullptr ? static_cast<const char*>(newline) + 1 : end;
+    // The LF of a CRLF split over two reads: the CR counted the line.
+    const bool splitCrlf = afterCr_ && *begin == '\n';
+    if (!splitCrlf && nextLf < begin) nextLf = Find(begin, end, '\n');
+    const char* segmentEnd = splitCrlf ? begin : Find(begin, nextLf, '\r');
+    const bool endsLine = !splitCrlf && segmentEnd < end;
+    if (segmentEnd < end) {
+      const bool crlf = *segmentEnd == '\r' && segmentEnd + 1 < end && segmentEnd[1] == '\n';
+      segmentEnd += crlf ? 2 : 1;
+    }
+    afterCr_ = segmentEnd[-1] == '\r';
     Feed(begin, static_cast<std::size_t>(segmentEnd - begin));
-    if (newline != nullptr) ++line_;
+    if (endsLine) ++line_;
     begin = segmentEnd;
   }
   return true;

@@ -2,7 +2,7 @@
 //
 // The first row is the header; every later row must have as many cells.
 // Cells may be quoted ("a ""b"", c"), quoted cells may hold separators and
-// line breaks, lines may end in LF or CRLF, blank lines are ignored, a
+// line breaks, lines may end in LF, CRLF or CR, blank lines are ignored, a
 // leading UTF-8 byte order mark is dropped, and spaces are kept as they
 // are. Memory stays bounded by the longest row: rows are handed out as
 // they are parsed.
@@ -11,7 +11,8 @@
 // text after a closing quote, a quote never closed, a cell longer than the
 // limit) ends reading with an error naming the line where the row starts,
 // or, with `skipBadRows`, is skipped and counted; reading resumes at the
-// next line. Lines are counted by LF.
+// next line. Lines are counted by LF, CRLF and lone CR alike, inside quoted
+// cells too.
 //
 // Thread-safety: none.
 #ifndef STATTREE_TOOLS_CSV_READER_H_
@@ -89,6 +90,7 @@ class CsvReader {
   long long line_ = 1;            // line of the bytes being fed
   long long rowLine_ = 1;         // line where the row being parsed starts
   bool rowPending_ = true;        // the next non-blank byte starts a row
+  bool afterCr_ = false;          // the last byte fed was a CR
   bool skippingLine_ = false;     // resynchronising after a bad row
   long long lastRowLine_ = 0;
   long long skippedRows_ = 0;

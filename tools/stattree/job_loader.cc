@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
+#include <utility>
 
 namespace stattree {
 namespace cli {
@@ -20,6 +21,11 @@ using json = nlohmann::ordered_json;
 constexpr int kMaxBins = 1000;
 // Enough names to find a typo in, few enough to read.
 constexpr std::size_t kMaxListedColumns = 40;
+// The deepest a valid job goes: /statistics/<name>/subset/where/<column>.
+constexpr std::size_t kJobDepth = 5;
+// Far past any valid job, so that the error names where it went wrong,
+// and shallow enough that its pointer stays readable.
+constexpr std::size_t kMaxDepth = 100;
 
 std::string Describe(const json& value) {
   switch (value.type()) {
@@ -190,7 +196,7 @@ void JobParser::ParseRoot(const json& root) {
     spec.name = item.key();
     spec.path = "/statistics/" + JobLoader::PointerToken(item.key());
     ParseStatistic(spec, item.value());
-    job_.statistics.push_back(spec);
+    job_.statistics.push_back(std::move(spec));
   }
   CheckNamesAgree();
 }
@@ -351,6 +357,8 @@ void JobParser::ParseValues(StatisticSpec& spec, const json& value, const std::s
     return;
   }
   std::vector<std::string> texts;
+  std::set<std::string> seen;
+  texts.reserve(value.size());
   bool ok = true;
   for (std::size_t i = 0; i < value.size(); ++i) {
     const std::string itemPath = path + "/" + std::to_string(i);
@@ -359,17 +367,17 @@ void JobParser::ParseValues(StatisticSpec& spec, const json& value, const std::s
       ok = false;
       continue;
     }
-    const std::string text = v.ToString();
-    if (std::find(texts.begin(), texts.end(), text) != texts.end()) {
+    std::string text = v.ToString();
+    if (!seen.insert(text).second) {
       Error(itemPath, "the value " + Quote(text) + " is listed twice");
       ok = false;
       continue;
     }
-    texts.push_back(text);
+    texts.push_back(std::move(text));
   }
   if (!ok) return;
   spec.hasValues = true;
-  spec.values = texts;
+  spec.values = std::move(texts);
 }
 
 void JobParser::ParseHistogram(StatisticSpec& spec, const json& value, const std::string& path) {
@@ -505,61 +513,117 @@ void JobParser::CheckNamesAgree() {
   }
 }
 
-// Reports keys that occur twice in one object (the parsed document would
-// silently keep the last).
-class DuplicateKeyCheck {
+// Builds the document for JobParser while the text is parsed: refuses
+// nesting past kMaxDepth before anything that deep exists (copying a value
+// recurses once per level), and reports keys that occur twice in one
+// object, keeping the last value at the first place.
+// Members and elements are gathered in plain vectors and each container is
+// placed in its parent when it closes: ordered_json's own insertion searches
+// the object for the key, and growing its vector copies every member.
+class DocumentBuilder {
  public:
-  explicit DuplicateKeyCheck(std::vector<std::string>& errors) : errors_(errors) {}
+  DocumentBuilder(json& root, std::vector<std::string>& errors) : root_(root), errors_(errors) {}
 
-  bool operator()(int, json::parse_event_t event, json& parsed) {
-    switch (event) {
-      case json::parse_event_t::object_start:
-      case json::parse_event_t::array_start:
-        StartElement();
-        frames_.push_back(Frame{event == json::parse_event_t::object_start, {}, "", -1});
-        break;
-      case json::parse_event_t::object_end:
-      case json::parse_event_t::array_end:
-        if (!frames_.empty()) frames_.pop_back();
-        break;
-      case json::parse_event_t::key:
-        if (!frames_.empty() && parsed.is_string()) {
-          Frame& frame = frames_.back();
-          frame.lastKey = parsed.get<std::string>();
-          if (!frame.keys.insert(frame.lastKey).second) {
-            errors_.push_back(Where(Path(frames_.size() - 1)) + ": the key " +
-                              Quote(frame.lastKey) + " appears twice");
-          }
-        }
-        break;
-      case json::parse_event_t::value:
-        StartElement();
-        break;
+  // The interface json::sax_parse calls; false stops parsing.
+  bool null() { return Add(json(nullptr)); }
+  bool boolean(bool value) { return Add(json(value)); }
+  bool number_integer(json::number_integer_t value) { return Add(json(value)); }
+  bool number_unsigned(json::number_unsigned_t value) { return Add(json(value)); }
+  bool number_float(json::number_float_t value, const std::string&) { return Add(json(value)); }
+  bool string(std::string& value) { return Add(json(std::move(value))); }
+  bool binary(json::binary_t& value) { return Add(json::binary(std::move(value))); }
+  bool start_object(std::size_t) { return Open(true); }
+  bool start_array(std::size_t) { return Open(false); }
+  bool key(std::string& key) {
+    Frame& frame = frames_.back();
+    const auto [it, added] = frame.memberIndex.emplace(key, frame.members.size());
+    if (!added) {
+      errors_.push_back(Where(Path(frames_.size() - 1)) + ": the key " + Quote(key) +
+                        " appears twice");
     }
+    frame.slot = it->second;
+    frame.key = std::move(key);
     return true;
+  }
+  bool end_object() { return Close(); }
+  bool end_array() { return Close(); }
+  bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception& e) {
+    std::string message = e.what();
+    // Drop the library's "[json.exception.parse_error.101] " tag.
+    const std::size_t tagEnd = message.find("] ");
+    if (message.rfind("[json.exception.", 0) == 0 && tagEnd != std::string::npos) {
+      message.erase(0, tagEnd + 2);
+    }
+    errors_.push_back("invalid JSON: " + message);
+    return false;
   }
 
  private:
   struct Frame {
-    bool isObject;
-    std::set<std::string> keys;
-    std::string lastKey;
-    long index;
+    bool isObject = false;
+    std::vector<std::pair<std::string, json>> members;
+    std::map<std::string, std::size_t> memberIndex;
+    std::string key;       // of the member being read
+    std::size_t slot = 0;  // where it goes in `members`
+    json::array_t elements;
   };
 
-  void StartElement() {
-    if (!frames_.empty() && !frames_.back().isObject) ++frames_.back().index;
+  bool Open(bool isObject) {
+    if (frames_.size() == kMaxDepth) {
+      errors_.push_back(Where(Path(frames_.size())) + ": arrays and objects nest more than " +
+                        std::to_string(kMaxDepth) + " levels deep (a job needs at most " +
+                        std::to_string(kJobDepth) + ")");
+      return false;
+    }
+    frames_.emplace_back();
+    frames_.back().isObject = isObject;
+    return true;
   }
-  // Pointer of the container at frames_[depth].
+
+  bool Close() {
+    Frame frame = std::move(frames_.back());
+    frames_.pop_back();
+    if (!frame.isObject) return Add(json(std::move(frame.elements)));
+    json object(json::value_t::object);
+    auto& members = object.get_ref<json::object_t&>();
+    members.reserve(frame.members.size());
+    // Appended as they are: the keys are known to be distinct.
+    for (auto& member : frame.members) {
+      members.emplace_back(std::move(member.first), std::move(member.second));
+    }
+    return Add(std::move(object));
+  }
+
+  bool Add(json&& value) {
+    if (frames_.empty()) {
+      root_ = std::move(value);
+      return true;
+    }
+    Frame& frame = frames_.back();
+    if (!frame.isObject) {
+      frame.elements.push_back(std::move(value));
+      return true;
+    }
+    if (frame.slot < frame.members.size()) {
+      frame.members[frame.slot].second = std::move(value);
+    } else {
+      frame.members.emplace_back(std::move(frame.key), std::move(value));
+    }
+    return true;
+  }
+
+  // Pointer of the value being read in frames_[depth - 1].
   std::string Path(std::size_t depth) const {
     std::string path;
     for (std::size_t i = 0; i < depth; ++i) {
-      path += "/" + (frames_[i].isObject ? JobLoader::PointerToken(frames_[i].lastKey)
-                                         : std::to_string(frames_[i].index));
+      const Frame& frame = frames_[i];
+      path += "/" + (frame.isObject ? JobLoader::PointerToken(frame.key)
+                                    : std::to_string(frame.elements.size()));
     }
     return path;
   }
 
+  json& root_;
   std::vector<std::string>& errors_;
   std::vector<Frame> frames_;
 };
@@ -623,18 +687,8 @@ bool JobLoader::Load(Job& job, std::vector<std::string>& errors, const std::stri
 bool JobLoader::Parse(Job& job, std::vector<std::string>& errors, const std::string& text) {
   const std::size_t before = errors.size();
   json root;
-  try {
-    root = json::parse(text, DuplicateKeyCheck(errors));
-  } catch (const json::exception& e) {
-    std::string message = e.what();
-    // Drop the library's "[json.exception.parse_error.101] " tag.
-    const std::size_t tagEnd = message.find("] ");
-    if (message.rfind("[json.exception.", 0) == 0 && tagEnd != std::string::npos) {
-      message.erase(0, tagEnd + 2);
-    }
-    errors.push_back("invalid JSON: " + message);
-    return false;
-  }
+  DocumentBuilder builder(root, errors);
+  if (!json::sax_parse(text, &builder)) return false;
   JobParser(job, errors).ParseRoot(root);
   return errors.size() == before;
 }

@@ -65,6 +65,79 @@ TEST(JobLoader, ReportsEveryMistakeWithItsPointer) {
                                       "values (only EnumCount and EnumPercent do); ignored"}));
 }
 
+std::string Repeat(const std::string& text, std::size_t times) {
+  std::string out;
+  out.reserve(text.size() * times);
+  for (std::size_t i = 0; i < times; ++i) out += text;
+  return out;
+}
+
+// Parsing stops at the first container past the limit, before anything that
+// deep is built, copied or destroyed.
+TEST(JobLoader, RefusesDeepNestingWithItsPointer) {
+  const std::string tooDeep =
+      ": arrays and objects nest more than 100 levels deep (a job needs at "
+      "most 5)";
+  const struct {
+    std::string text;
+    std::string firstError;
+  } kCases[] = {
+      {R"({"description": )" + Repeat("[", 99) + Repeat("]", 99) + "}",
+       "/description: expected a string, found an array"},
+      {Repeat("[", 101) + Repeat("]", 101), Repeat("/0", 100) + tooDeep},
+      {Repeat(R"({"a":)", 300000) + "1" + Repeat("}", 300000), Repeat("/a", 100) + tooDeep},
+      // A deep value followed by more members of its object.
+      {R"({"statistics": {"e": {"values": )" + Repeat("[", 300000) + Repeat("]", 300000) +
+           R"(, "type": "EnumCount", "field": "c", "x": 1, "y": 2}}})",
+       "/statistics/e/values" + Repeat("/0", 97) + tooDeep},
+  };
+  for (const auto& c : kCases) {
+    Job job;
+    std::vector<std::string> errors;
+    EXPECT_FALSE(JobLoader::Parse(job, errors, c.text));
+    ASSERT_FALSE(errors.empty());
+    EXPECT_EQ(errors[0], c.firstError);
+  }
+}
+
+// Quadratic loading takes minutes at these sizes.
+TEST(JobLoader, LoadsLongListsInFileOrder) {
+  constexpr int kValues = 300000;
+  constexpr int kStatistics = 100000;
+  std::string values;
+  for (int i = 0; i < kValues; ++i) values += "\"v" + std::to_string(i) + "\",";
+  std::string statistics;
+  for (int i = kStatistics; i > 0; --i) {
+    statistics += "\"s" + std::to_string(i) + R"(": {"type": "Count"}, )";
+  }
+  const std::string text = R"({"statistics": {)" + statistics +
+                           R"("e": {"type": "EnumCount", "field": "c", "values": [)" + values +
+                           R"("v7"]}, "s9": {"type": "Sum"}}})";
+  Job job;
+  std::vector<std::string> errors;
+  EXPECT_FALSE(JobLoader::Parse(job, errors, text));
+  EXPECT_EQ(errors, (std::vector<std::string>{
+                        "/statistics: the key \"s9\" appears twice",
+                        // The last value, at the first's place.
+                        "/statistics/s9: missing \"field\": the column the statistic reads",
+                        "/statistics/e/values/" + std::to_string(kValues) +
+                            ": the value \"v7\" is listed twice"}));
+  ASSERT_EQ(job.statistics.size(), static_cast<std::size_t>(kStatistics + 1));
+  EXPECT_EQ(job.statistics.front().name, "s" + std::to_string(kStatistics));
+  EXPECT_EQ(job.statistics[kStatistics - 9].name, "s9");
+  EXPECT_EQ(job.statistics.back().name, "e");
+
+  Job other;
+  errors.clear();
+  const std::string unique = R"({"statistics": {"e": {"type": "EnumCount", "field": "c", )"
+                             R"("values": [)" +
+                             values + R"("w"]}}})";
+  ASSERT_TRUE(JobLoader::Parse(other, errors, unique)) << errors.front();
+  const std::vector<std::string>& loaded = other.statistics.at(0).values;
+  ASSERT_EQ(loaded.size(), static_cast<std::size_t>(kValues + 1));
+  EXPECT_EQ(loaded[kValues - 1], "v" + std::to_string(kValues - 1));
+}
+
 }  // namespace
 }  // namespace cli
 }  // namespace stattree

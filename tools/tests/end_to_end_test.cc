@@ -210,6 +210,8 @@ TEST(ToolCommands, ExitCodeAndMessages) {
        "line break\n"},
       {run, 1, "stattree: error: d.csv: line 3: the row has 3 cells, the header has 2\n",
        "amount,b\n1,2\n3,4,5\n"},
+      {run, 1, "stattree: error: d.csv: line 3: the row has 3 cells, the header has 2\n",
+       "amount,b\r1,2\r3,4,5\r"},
       {run, 1,
        "stattree: error: d.csv: line 3: unterminated quote: the quoted cell opened in this row "
        "never closes\n",
@@ -237,10 +239,23 @@ TEST(ToolCommands, ExitCodeAndMessages) {
        kSales,
        R"({"tree": ["regoin"], "statistics": {"s": {"type": "Sum", "field": "amount",
            "subset": {"where": {"yr": 1}}}}})"},
+      // Control bytes from the header and the job are shown, not obeyed.
+      {run, 1,
+       "stattree: error: j.json: /tree/0: unknown column \"x\\x1by\"; the header has "
+       "\"re\\x1b[31mgion\", \"amount\", \"n\\x00l\\x09\", \"\\x7f\\xc2\\x9b\xc3\xa9\"\n",
+       std::string("re\x1b[31mgion,amount,n") + '\0' + "l\t,\x7f\xc2\x9b\xc3\xa9\n1,2,3,4\n",
+       R"({"tree": ["x\u001by"], "statistics": {}})"},
       {run, 1,
        "stattree: error: j.json: /tree/0: the column name \"x\" appears 2 times in the header; "
        "rename the columns so that each name is unique\n",
        "x,amount,x\n1,2,3\n", R"({"tree": ["x"], "statistics": {}})"},
+      // Deep enough to overflow the stack if it were ever copied recursively.
+      {run, 1,
+       "stattree: error: j.json: /statistics/s/description" + Repeat("/0", 97) +
+           ": arrays and objects nest more than 100 levels deep (a job needs at most 5)\n",
+       kSales,
+       R"({"statistics": {"s": {"description": )" + Repeat("[", 300000) + Repeat("]", 300000) +
+           R"(, "type": "Sum", "field": "amount"}}})"},
       {run, 0,
        "stattree: warning: j.json: /statistics/x/values: Max does not count enumeration values "
        "(only EnumCount and EnumPercent do); ignored\n",
