@@ -14,8 +14,6 @@
 #include <utility>
 #include <vector>
 
-extern char** environ;
-
 namespace stattree_bench {
 namespace {
 
@@ -39,6 +37,7 @@ bool RunChild(const std::vector<std::string>& argv, double wallLimitSeconds, std
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_adddup2(&actions, fds[1], STDOUT_FILENO);
   std::vector<char*> args;
+  args.reserve(argv.size() + 1);
   for (const std::string& arg : argv) args.push_back(const_cast<char*>(arg.c_str()));
   args.push_back(nullptr);
   pid_t pid = 0;
