@@ -42,6 +42,33 @@ bench: deps
 	cmake --build $(RELEASE_DIR) -j$(JOBS) --target stattree_bench
 	$(RELEASE_DIR)/bench/stattree_bench
 
+# The benchmark with pandas and DuckDB as contenders on the same rows
+# (bench/README.md): installs them when missing (DuckDB's npm package into
+# the build folder), then the same run as `make bench`. BENCH_FLAGS narrows
+# it, e.g. BENCH_FLAGS="--only W1 --max-records 100000".
+BENCH_FLAGS ?=
+PEER_DIR    := $(RELEASE_DIR)/bench/peers
+.PHONY: bench-peers
+bench-peers: deps
+	cmake -S . -B $(RELEASE_DIR) -DCMAKE_BUILD_TYPE=Release -DSTATTREE_BUILD_BENCH=ON \
+	  -DSTATTREE_BUILD_TESTS=OFF
+	cmake --build $(RELEASE_DIR) -j$(JOBS) --target stattree_bench
+	bash bench/peers/install.sh $(PEER_DIR)
+	$(RELEASE_DIR)/bench/stattree_bench --peers $(PEER_DIR) $(BENCH_FLAGS)
+
+# The command-line tool against pandas on a W1 CSV file, start-up and
+# reading included (bench/README.md). TOOL_RECORDS sets the sizes.
+TOOL_RECORDS ?= 100000 1000000
+.PHONY: bench-tool
+bench-tool: deps
+	cmake -S . -B $(RELEASE_DIR) -DCMAKE_BUILD_TYPE=Release -DSTATTREE_BUILD_BENCH=ON \
+	  -DSTATTREE_BUILD_TOOLS=ON -DSTATTREE_BUILD_TESTS=OFF
+	cmake --build $(RELEASE_DIR) -j$(JOBS) --target stattree_bench stattree_cli
+	bash bench/peers/install.sh $(PEER_DIR)
+	/usr/bin/python3 bench/peers/tool_bench.py --bench $(RELEASE_DIR)/bench/stattree_bench \
+	  --stattree $(RELEASE_DIR)/tools/stattree --folder $(PEER_DIR)/tool \
+	  --records $(TOOL_RECORDS)
+
 # The tool on the bundled example data (tools/README.md): installs what is
 # missing, builds in Release mode and prints the report.
 .PHONY: demo

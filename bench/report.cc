@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace stattree_bench {
@@ -63,19 +64,34 @@ std::string Report::Ratio(const Outcome& top, const Outcome& bottom) const {
 }
 
 void Report::Print(std::ostream& out) const {
-  const std::vector<std::string> header = {"workload",       "records",       "stattree",
-                                           "SQLite",         "floor",         "stattree/SQLite",
-                                           "stattree/floor", "tree peak RSS", "agree"};
+  // Throughputs, then ratios, each in the order SQLite, the peers, floor.
+  std::vector<std::string> header = {"workload", "records", "stattree", "SQLite"};
+  header.insert(header.end(), peerNames.begin(), peerNames.end());
+  header.push_back("floor");
+  header.push_back("stattree/SQLite");
+  for (const std::string& peer : peerNames) header.push_back("stattree/" + peer);
+  header.insert(header.end(), {"stattree/floor", "tree peak RSS", "agree"});
   std::vector<std::vector<std::string>> cells;
   cells.push_back(header);
+  const Outcome absent;
   for (const ReportRow& row : rows) {
     std::string tree = Mebibytes(row.treeBytes);
     if (row.engine.status == Outcome::OverCap) tree.insert(0, "> ");
     if (row.engine.status == Outcome::Failed) tree = "-";
-    cells.push_back({row.workload, Grouped(row.records), Throughput(row, row.engine),
-                     Throughput(row, row.sqlite), Throughput(row, row.floor),
-                     Ratio(row.engine, row.sqlite), Ratio(row.engine, row.floor), tree,
-                     row.agreement});
+    auto peer = [&](std::size_t i) -> const Outcome& {
+      return i < row.peers.size() ? row.peers[i] : absent;
+    };
+    std::vector<std::string> line = {row.workload, Grouped(row.records),
+                                     Throughput(row, row.engine), Throughput(row, row.sqlite)};
+    for (std::size_t i = 0; i < peerNames.size(); ++i) {
+      // A peer that is missing or failed has been warned about.
+      line.push_back(peer(i).status == Outcome::Failed ? "-" : Throughput(row, peer(i)));
+    }
+    line.push_back(Throughput(row, row.floor));
+    line.push_back(Ratio(row.engine, row.sqlite));
+    for (std::size_t i = 0; i < peerNames.size(); ++i) line.push_back(Ratio(row.engine, peer(i)));
+    line.insert(line.end(), {Ratio(row.engine, row.floor), tree, row.agreement});
+    cells.push_back(std::move(line));
   }
   std::vector<std::size_t> widths(header.size(), 0);
   for (const auto& line : cells) {

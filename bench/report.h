@@ -20,6 +20,7 @@ struct ReportRow {
   Outcome engine;
   Outcome sqlite;
   Outcome floor;
+  std::vector<Outcome> peers;  // in the order of the report's peer names
   std::int64_t treeBytes = 0;
   // "yes"; "yes*" when a capped contender was checked on a prefix only;
   // "unchecked"; "NO".
@@ -28,7 +29,9 @@ struct ReportRow {
 
 class Report {
  public:
-  explicit Report(double capSeconds) : capSeconds(capSeconds) {}
+  // `peerNames` head the peers' columns; none, no peer columns.
+  Report(double capSeconds, std::vector<std::string> peerNames)
+      : capSeconds(capSeconds), peerNames(std::move(peerNames)) {}
   void Add(ReportRow row) { rows.push_back(std::move(row)); }
   const std::vector<ReportRow>& GetRows() const { return rows; }
   void Print(std::ostream& out) const;
@@ -39,6 +42,7 @@ class Report {
   std::string Ratio(const Outcome& top, const Outcome& bottom) const;
 
   double capSeconds;
+  std::vector<std::string> peerNames;
   std::vector<ReportRow> rows;
 };
 
