@@ -60,8 +60,15 @@ class RecordCache final : public StatsRecord {
   }
 
   // A remembered answer of `owner` for the current record.
-  bool FindAnswer(const void* owner, int& answer) const;
-  void KeepAnswer(const void* owner, int answer) const;
+  bool FindAnswer(const void* owner, int& answer) const {
+    const Answer& kept = answers[AnswerSlot(owner)];
+    if (!enabled || kept.owner != owner || kept.generation != generation) return false;
+    answer = kept.value;
+    return true;
+  }
+  void KeepAnswer(const void* owner, int answer) const {
+    if (enabled) answers[AnswerSlot(owner)] = Answer{owner, generation, answer};
+  }
 
   // The cache behind `record`, or null when it is some other record. Only
   // the library makes caches, so one type_info object stands for them all;
@@ -80,17 +87,23 @@ class RecordCache final : public StatsRecord {
     Variant value;
   };
   struct Answer {
-    const void* owner;
-    std::uint64_t generation;
-    int value;
+    const void* owner = nullptr;
+    std::uint64_t generation = 0;
+    int value = 0;
   };
+  // Direct-mapped by owner: a collision only costs a recomputation.
+  static constexpr std::size_t kAnswerSlots = 64;
+  static std::size_t AnswerSlot(const void* owner) {
+    const auto bits = reinterpret_cast<std::uintptr_t>(owner);
+    return static_cast<std::size_t>((bits >> 4) ^ (bits >> 10)) % kAnswerSlots;
+  }
 
   const StatsRecord& host;
   const bool enabled;
   std::uint64_t generation = 1;
   mutable std::vector<Slot> slots;  // by column number
   mutable Variant uncached;         // columns outside the slots, or caching off
-  mutable std::vector<Answer> answers;
+  mutable Answer answers[kAnswerSlots];
 };
 
 // Whether a lookup by value may stand in for a walk that reads the record

@@ -131,6 +131,24 @@ class Variant {
     }
     return SlowAdd(other);
   }
+  // The same as *this = *this + other, without a temporary for two
+  // numbers of one kind.
+  Variant& operator+=(const Variant& other) {
+    if (kind_ == Kind::Real && other.kind_ == Kind::Real) {
+      const double sum = real_ + other.real_;
+      if (sum == sum) {
+        real_ = sum;
+        return *this;
+      }
+    } else if (kind_ == Kind::Integer && other.kind_ == Kind::Integer) {
+      long long sum = 0;
+      if (!__builtin_add_overflow(int_, other.int_, &sum)) {
+        int_ = sum;
+        return *this;
+      }
+    }
+    return *this = *this + other;
+  }
   Variant operator*(const Variant& other) const {
     if (kind_ == Kind::Real && other.kind_ == Kind::Real) return Variant(real_ * other.real_);
     return SlowMultiply(other);

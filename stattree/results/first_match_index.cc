@@ -1,6 +1,6 @@
 #include "stattree/results/first_match_index.h"
 
-#include <functional>
+#include <cstring>
 #include <utility>
 
 namespace stattree {
@@ -11,8 +11,28 @@ constexpr std::size_t kFirstSize = 16;
 
 }  // namespace
 
+// Keys are mostly short texts (names, codes, numbers): eight bytes per
+// multiply, then a final mix so that the low bits the slots use depend on
+// every byte.
 std::size_t FirstMatchIndex::HashText(std::string_view text) {
-  return std::hash<std::string_view>()(text);
+  const char* bytes = text.data();
+  std::size_t left = text.size();
+  std::uint64_t hash = 0x9e3779b97f4a7c15ULL ^ left;
+  std::uint64_t word = 0;
+  for (; left >= sizeof word; left -= sizeof word, bytes += sizeof word) {
+    std::memcpy(&word, bytes, sizeof word);
+    hash = (hash ^ word) * 0xff51afd7ed558ccdULL;
+    hash ^= hash >> 32;
+  }
+  if (left > 0) {
+    word = 0;
+    std::memcpy(&word, bytes, left);
+    hash = (hash ^ word) * 0xc4ceb9fe1a85ec53ULL;
+  }
+  hash ^= hash >> 29;
+  hash *= 0xbf58476d1ce4e5b9ULL;
+  hash ^= hash >> 32;
+  return static_cast<std::size_t>(hash);
 }
 
 std::size_t FirstMatchIndex::Combine(std::size_t seed, std::size_t part) {

@@ -39,10 +39,12 @@ constexpr std::size_t kLinearSets = 8;
 const CriteriaTerm* KeyTerms(const Criteria* criteria, std::size_t& count) {
   if (criteria == nullptr) return nullptr;
   const CriteriaTerm* terms = nullptr;
-  if (typeid(*criteria) == typeid(SingleCriteria)) {
+  // The kind code first: comparing unequal type_infos costs a strcmp.
+  const int kind = criteria->GetCriteriaType();
+  if (kind == Criteria::kSingleType && typeid(*criteria) == typeid(SingleCriteria)) {
     terms = &static_cast<const SingleCriteria*>(criteria)->GetTerm();
     count = 1;
-  } else if (typeid(*criteria) == typeid(MultipleCriteria)) {
+  } else if (kind == Criteria::kMultipleType && typeid(*criteria) == typeid(MultipleCriteria)) {
     const auto& all = static_cast<const MultipleCriteria*>(criteria)->GetTerms();
     terms = all.data();
     count = all.size();
@@ -166,12 +168,22 @@ bool GroupingResults::FindIndexedSet(std::size_t& position, bool& found,
   if (groupings.size() <= kLinearSets || IsErrorSet() || !MayLookUpByValue(record)) return false;
   SetIndex* index = CurrentSetIndex();
   if (index == nullptr) return false;
-  for (std::size_t i = 0; i < index->columns.size(); ++i) {
-    // A failed read is reported by the first set's test, in the walk.
-    if (!record.GetValue(index->values[i], index->columns[i])) return false;
+  // A failed read is reported by the first set's test, in the walk. One
+  // key column is peeked at; several are copied, since a peeked value
+  // lasts only until the next read.
+  const Variant* single = nullptr;
+  if (index->columns.size() == 1) {
+    single = ReadColumn(record, index->columns[0], index->values[0]);
+    if (single == nullptr) return false;
+  } else {
+    for (std::size_t i = 0; i < index->columns.size(); ++i) {
+      if (!record.GetValue(index->values[i], index->columns[i])) return false;
+    }
   }
   if (IsErrorSet()) return false;
-  const auto recordValue = [&](std::size_t i) -> const Variant& { return index->values[i]; };
+  const auto recordValue = [&](std::size_t i) -> const Variant& {
+    return single != nullptr ? *single : index->values[i];
+  };
   const std::size_t hash = KeyHash(index->values.size(), recordValue);
   const std::uint32_t match = index->keys.Find(hash, [&](std::uint32_t at) {
     return KeyMatches(groupings[at], index->values.size(), recordValue);

@@ -1,7 +1,9 @@
 #include "stattree/results/subset_results.h"
 
 #include <string>
+#include <typeinfo>
 
+#include "stattree/boundary/record_cache.h"
 #include "stattree/criteria/criteria.h"
 #include "stattree/criteria/criteria_term.h"
 #include "stattree/definitions/stats_defn.h"
@@ -68,11 +70,26 @@ bool SubsetResults::ProcessRecord(const StatsRecord& record) {
   if (subsetCriteria == nullptr) return SetErrorCode(kErrUnconfigured);
   // A failed test counts as a record outside the subset; its error stays
   // set for the caller's checks.
-  if (!subsetCriteria->RecordMeetsCriteria(record)) return true;
+  if (!MeetsSubset(record)) return true;
   for (auto& entry : groupings) {
     if (!entry.second.ProcessRecord(record)) return DumpLocation(kLocGroupingRecord);
   }
   return true;
+}
+
+bool SubsetResults::MeetsSubset(const StatsRecord& record) const {
+  // Every node tests the same borrowed criteria against the same record:
+  // through the engine's cache, with no error held, the first answer
+  // stands for the rest.
+  const RecordCache* cache = RecordCache::Of(record);
+  if (cache == nullptr || &typeid(*subsetCriteria) == &typeid(AlwaysPassCriteria) || IsErrorSet()) {
+    return subsetCriteria->RecordMeetsCriteria(record);
+  }
+  int answer = 0;
+  if (cache->FindAnswer(subsetCriteria, answer)) return answer != 0;
+  const bool meets = subsetCriteria->RecordMeetsCriteria(record);
+  if (!IsErrorSet()) cache->KeepAnswer(subsetCriteria, meets ? 1 : 0);
+  return meets;
 }
 
 void SubsetResults::Finalize() {

@@ -48,6 +48,7 @@ class SubsetResults {
 
  private:
   void CopyDataMembers(const SubsetResults& other);
+  bool MeetsSubset(const StatsRecord& record) const;
 
   Criteria* subsetCriteria = nullptr;  // borrowed from a definition
   std::map<std::string, GroupingResults> groupings;

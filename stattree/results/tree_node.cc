@@ -191,7 +191,7 @@ bool TreeNode::CreateChild(TreeNode*& child, bool& created, const StatsRecord* r
   if (record == nullptr) return SetErrorCode(kErrNullRecord);
   std::size_t position = 0;
   bool found = false;
-  if (FindIndexedChild(position, found, *record)) {
+  if (FindScannedChild(position, found, *record) || FindIndexedChild(position, found, *record)) {
     if (found) {
       child = children[position].get();
       created = false;
@@ -219,17 +219,52 @@ bool TreeNode::CreateChild(TreeNode*& child, bool& created, const StatsRecord* r
   return true;
 }
 
+bool TreeNode::FindScannedChild(std::size_t& position, bool& found,
+                                const StatsRecord& record) const {
+  // Few children, the engine's cache: the record's value is compared with
+  // each child's as its "=" test would, without the calls.
+  const RecordCache* cache = RecordCache::Of(record);
+  if (children.size() > kLinearChildren || cache == nullptr || !cache->Enabled() || IsErrorSet()) {
+    return false;
+  }
+  const Variant* value = nullptr;
+  int column = -1;
+  for (std::size_t i = 0; i < children.size(); ++i) {
+    const Criteria* test = children[i]->criteria;
+    if (test == nullptr) continue;
+    if (typeid(*test) != typeid(SingleCriteria)) return false;
+    const CriteriaTerm& term = TermOf(*test);
+    if (term.op != Equal || term.column == -1 || (column != -1 && term.column != column)) {
+      return false;
+    }
+    if (value == nullptr) {
+      column = term.column;
+      // A failed read is reported by the first child's test, in the walk.
+      value = cache->Peek(column);
+      if (value == nullptr) return false;
+    }
+    if (value->IsStringEquivalentTo(term.value)) {
+      position = i;
+      found = true;
+      return true;
+    }
+  }
+  found = false;
+  return true;
+}
+
 bool TreeNode::FindIndexedChild(std::size_t& position, bool& found, const StatsRecord& record) {
   // An error already set makes the walk fail at the first child that does
   // not match: only the walk reproduces that.
   if (children.size() <= kLinearChildren || IsErrorSet() || !MayLookUpByValue(record)) return false;
   ChildIndex* index = CurrentChildIndex();
   if (index == nullptr) return false;
-  Variant value;
+  Variant scratch;
   // A failed read is reported by the first child's test, in the walk.
-  if (!record.GetValue(value, index->column) || IsErrorSet()) return false;
+  const Variant* value = ReadColumn(record, index->column, scratch);
+  if (value == nullptr || IsErrorSet()) return false;
   Variant::TextBuffer buffer;
-  const std::string_view key = value.TextView(buffer);
+  const std::string_view key = value->TextView(buffer);
   const std::uint32_t match =
       index->keys.Find(FirstMatchIndex::HashText(key), [&](std::uint32_t at) {
         Variant::TextBuffer childBuffer;

@@ -118,6 +118,9 @@ class TreeNode {
   // The cached visible children, or null when a node below can't be named.
   const std::vector<TreeNode*>* VisibleChildren();
 
+  // As FindIndexedChild, for a few children, without an index.
+  bool FindScannedChild(std::size_t& position, bool& found, const StatsRecord& record) const;
+
   struct ChildIndex;
   // Sets `found`, and `position` when found, from the index; false when the
   // index can't decide and the walk must run.

@@ -162,7 +162,7 @@ bool SumResult::ProcessRecord(const StatsRecord& record) {
   if (value == nullptr) return false;
   // Kept: only validity is tested, so an empty value is added too (unlike
   // Average and StdDev).
-  if (value->IsValid()) sum = sum + *value;
+  if (value->IsValid()) sum += *value;
   return true;
 }
 
@@ -192,7 +192,7 @@ bool AverageResult::ProcessRecord(const StatsRecord& record) {
   const Variant* value = ReadValue(scratch, record, kLocAverageRead);
   if (value == nullptr) return false;
   if (IsUsable(*value)) {
-    sum = sum + *value;
+    sum += *value;
     AddOne(count);
   }
   return true;
@@ -229,9 +229,9 @@ bool StdDevResult::ProcessRecord(const StatsRecord& record) {
   const Variant* value = ReadValue(scratch, record, kLocStdDevRead);
   if (value == nullptr) return false;
   if (IsUsable(*value)) {
-    sum = sum + *value;
+    sum += *value;
     AddOne(count);
-    sumOfSquares = sumOfSquares + *value * *value;
+    sumOfSquares += *value * *value;
   }
   return true;
 }
