@@ -1,5 +1,6 @@
 #include "stattree/criteria/criteria_set.h"
 
+#include <algorithm>
 #include <memory>
 #include <typeinfo>
 #include <utility>
@@ -187,6 +188,14 @@ bool CriteriaSet::FindBinFlat(int& index, const RecordCache& cache) const {
   return true;
 }
 
+bool CriteriaSet::FindsBinWithoutFailure(const RecordCache& cache) const {
+  if (!flatUsable || !cache.Enabled()) return false;
+  for (int column : flatColumns) {
+    if (cache.Peek(column) == nullptr) return false;
+  }
+  return true;
+}
+
 void CriteriaSet::Flatten() {
   flatUsable = false;
   std::vector<CriteriaTerm> terms;
@@ -213,8 +222,15 @@ void CriteriaSet::Flatten() {
     }
     entries.push_back(FlatEntry{i, terms.size()});
   }
+  std::vector<int> columns;
+  for (const CriteriaTerm& term : terms) {
+    if (std::find(columns.begin(), columns.end(), term.column) == columns.end()) {
+      columns.push_back(term.column);
+    }
+  }
   flatTerms.swap(terms);
   flatEntries.swap(entries);
+  flatColumns.swap(columns);
   flatUsable = true;
 }
 

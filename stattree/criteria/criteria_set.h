@@ -63,6 +63,11 @@ class CriteriaSet {
   // error held.
   bool RecordMeetsCriteria(int& index, const StatsRecord& record);
 
+  // Whether RecordMeetsCriteria on the cache's current record is sure to
+  // succeed: the list is flattened and every column it reads reads (the
+  // reads are made now, through the cache).
+  bool FindsBinWithoutFailure(const RecordCache& cache) const;
+
   // Number of list entries.
   int GetCriteriaCount() const;
   // Number of terms of the first criteria (all are assumed alike).
@@ -111,6 +116,7 @@ class CriteriaSet {
   std::vector<std::unique_ptr<Criteria>> criteriaList;
   std::vector<CriteriaTerm> flatTerms;
   std::vector<FlatEntry> flatEntries;
+  std::vector<int> flatColumns;  // each column of flatTerms once
   bool flatUsable = false;
 };
 

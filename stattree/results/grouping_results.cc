@@ -112,6 +112,37 @@ void GroupingResults::CopyDataMembers(const GroupingResults& other) {
   groupings = other.groupings;
   prototype = other.prototype;
   totals = other.totals;
+  totalsLag = other.totalsLag;
+}
+
+void GroupingResults::SyncTotals() const {
+  if (!totalsLag) return;
+  totals.CopyResultsFrom(groupings.front());
+  totalsLag = false;
+}
+
+const StatsSet* GroupingResults::GetTotalsStatsSet() const {
+  SyncTotals();
+  return &totals;
+}
+
+bool GroupingResults::FeedSets(std::size_t position, const StatsRecord& record, int setLocation) {
+  StatsSet& set = groupings[position];
+  if (totalsLag || (groupings.size() == 1 && totals.GetRecordsProcessed() == 0 &&
+                    set.GetRecordsProcessed() == 0)) {
+    // A record the one set is sure to take would be taken by the totals in
+    // the same way: they may wait.
+    const RecordCache* cache = RecordCache::Of(record);
+    if (groupings.size() == 1 && cache != nullptr && cache->Enabled() && set.CannotFailOn(*cache)) {
+      totalsLag = true;
+      if (!set.ProcessRecord(record)) return DumpLocation(setLocation);
+      return true;
+    }
+    SyncTotals();
+  }
+  if (!set.ProcessRecord(record)) return DumpLocation(setLocation);
+  if (!totals.ProcessRecord(record)) return DumpLocation(kLocTotalsRecord);
+  return true;
 }
 
 bool GroupingResults::ConfigureCriteria(Criteria* groupingCriteria,
@@ -127,6 +158,7 @@ bool GroupingResults::ConfigureCriteria(Criteria* groupingCriteria,
 }
 
 bool GroupingResults::AddNewStatsDefn(const StatsDefn& defn) {
+  SyncTotals();
   if (!OwnPrototype().AddNewStatsDefn(defn)) return DumpLocation(kLocAddDefnPrototype);
   if (!totals.AddNewStatsDefn(defn)) return DumpLocation(kLocAddDefnTotals);
   return true;
@@ -136,26 +168,21 @@ bool GroupingResults::ProcessRecord(const StatsRecord& record) {
   std::size_t position = 0;
   bool found = false;
   if (FindIndexedSet(position, found, record)) {
-    if (found) {
-      if (!groupings[position].ProcessRecord(record)) return DumpLocation(kLocMatchingSetRecord);
-      if (!totals.ProcessRecord(record)) return DumpLocation(kLocTotalsRecord);
-      return true;
-    }
+    if (found) return FeedSets(position, record, kLocMatchingSetRecord);
   } else {
     // The reference walk: the index, where it decides, answers the same.
-    for (StatsSet& set : groupings) {
-      if (set.RecordMeetsCriteria(record)) {
-        if (!set.ProcessRecord(record)) return DumpLocation(kLocMatchingSetRecord);
-        if (!totals.ProcessRecord(record)) return DumpLocation(kLocTotalsRecord);
-        return true;
-      }
+    for (std::size_t i = 0; i < groupings.size(); ++i) {
+      if (groupings[i].RecordMeetsCriteria(record))
+        return FeedSets(i, record, kLocMatchingSetRecord);
       if (IsErrorSet()) return DumpLocation(kLocMembershipTest);
     }
   }
   // A new combination: the failures below leave the new set in place.
+  SyncTotals();
   groupings.push_back(*prototype);
   StatsSet& added = groupings.back();
   if (!added.SetGroupingValues(record)) return DumpLocation(kLocNewSetValues);
+  if (groupings.size() == 1) return FeedSets(0, record, kLocNewSetRecord);
   if (!added.ProcessRecord(record)) return DumpLocation(kLocNewSetRecord);
   if (!totals.ProcessRecord(record)) return DumpLocation(kLocTotalsRecord);
   return true;
@@ -223,6 +250,7 @@ GroupingResults::SetIndex* GroupingResults::CurrentSetIndex() {
 }
 
 void GroupingResults::Finalize() {
+  SyncTotals();
   setIndex.reset();  // the sort moves the sets
   for (StatsSet& set : groupings) set.Finalize();
   // A merge sort: whatever the comparison answers (sets without criteria

@@ -8,6 +8,10 @@
 // by their grouping values, so indexes handed out before Finalize are stale
 // after it.
 //
+// A grouping with a single combination (always one without a grouping
+// spec) feeds its totals only when they are looked at: until then they
+// would receive exactly the records of that combination's set.
+//
 // Past a few combinations the sets are found through an index of their
 // values' texts instead of a test per set. It answers exactly what the walk
 // would and is used only when that is provable: every set's criteria is a
@@ -60,7 +64,7 @@ class GroupingResults {
   int GetGroupingsCount() const;
   // Index 0 with no combination yet answers the never-fed prototype.
   const StatsSet* GetGroupingStatsSet(int index) const;
-  const StatsSet* GetTotalsStatsSet() const { return &totals; }
+  const StatsSet* GetTotalsStatsSet() const;
   // The prototype's own clone of the grouping criteria (may be null).
   Criteria* GetCriteriaPrototype() { return prototype->GetCriteria(); }
 
@@ -81,9 +85,19 @@ class GroupingResults {
   std::vector<StatsSet> groupings;
   // The prototype, no longer shared with any copy.
   StatsSet& OwnPrototype();
+  // Feeds the record to set `position` (its failure reported at
+  // `setLocation`), then to the totals.
+  bool FeedSets(std::size_t position, const StatsRecord& record, int setLocation);
+  // Brings the totals up to date when they stand in for the one set.
+  void SyncTotals() const;
 
   std::shared_ptr<StatsSet> prototype;
-  StatsSet totals;
+  // While the grouping has one combination and every record so far was
+  // sure to be taken by it, the totals would equal that set in all but
+  // its criteria: they are then not fed (`totalsLag` is true) and are
+  // copied from the set before anyone looks at them or the two could part.
+  mutable StatsSet totals;
+  mutable bool totalsLag = false;
   // Built lazily past a few combinations; dropped by copies and Finalize.
   std::unique_ptr<SetIndex> setIndex;
 };

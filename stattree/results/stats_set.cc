@@ -7,6 +7,7 @@
 #include <new>
 #include <utility>
 
+#include "stattree/boundary/record_cache.h"
 #include "stattree/criteria/criteria.h"
 #include "stattree/definitions/stats_defn.h"
 #include "stattree/engine/error_reporting.h"
@@ -74,16 +75,38 @@ void StatsSet::CopyDataMembers(const StatsSet& other) {
   // failure midway leaves this set as it was and leaks nothing.
   std::unique_ptr<Criteria> clone(
       other.groupingCriteria != nullptr ? other.groupingCriteria->Clone() : nullptr);
+  CopyResultsFrom(other);
+  groupingCriteria = std::move(clone);
+}
+
+void StatsSet::CopyResultsFrom(const StatsSet& other) {
   std::vector<std::unique_ptr<StatsResult>> copies;
   copies.reserve(other.results.size());
   for (const auto& result : other.results) {
     copies.emplace_back(result->Clone());
     if (copies.back() == nullptr) throw std::bad_alloc();
   }
-  groupingCriteria = std::move(clone);
   names = other.names;
   results = std::move(copies);
   recordsProcessed = other.recordsProcessed;
+}
+
+bool StatsSet::CannotFailOn(const RecordCache& cache) const {
+  if (IsErrorSet()) return false;
+  // Sets that share a name table were copied from one another: the same
+  // kinds of accumulators, reading the same columns through the same
+  // criteria sets, so one answer per record serves them all.
+  int answer = 0;
+  if (names != nullptr && cache.FindAnswer(names.get(), answer)) return answer != 0;
+  bool sure = true;
+  for (const auto& result : results) {
+    if (!result->CannotFailOn(cache)) {
+      sure = false;
+      break;
+    }
+  }
+  if (names != nullptr && !IsErrorSet()) cache.KeepAnswer(names.get(), sure ? 1 : 0);
+  return sure;
 }
 
 void StatsSet::DeleteDataMembers() {

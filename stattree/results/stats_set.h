@@ -35,6 +35,7 @@
 namespace stattree {
 
 class Criteria;
+class RecordCache;
 class StatsDefn;
 class StatsResult;
 
@@ -62,6 +63,12 @@ class StatsSet {
   // error set: the test failed.
   bool RecordMeetsCriteria(const StatsRecord& record);
   bool ProcessRecord(const StatsRecord& record);
+  // Whether ProcessRecord on the cache's current record is sure to succeed
+  // (see StatsResult::CannotFailOn); false with an error held.
+  bool CannotFailOn(const RecordCache& cache) const;
+  // Takes the other set's record count and accumulators (deep copies); the
+  // criteria stay this set's own. Both sets hold the same statistics.
+  void CopyResultsFrom(const StatsSet& other);
   void Finalize();
 
   bool GetResult(Variant& value, const std::string& name) const;

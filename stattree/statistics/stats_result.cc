@@ -1,5 +1,7 @@
 #include "stattree/statistics/stats_result.h"
 
+#include <typeinfo>
+
 #include "stattree/boundary/record_cache.h"
 #include "stattree/boundary/record_error.h"
 #include "stattree/engine/error_reporting.h"
@@ -37,6 +39,22 @@ StatsResult* StatsResult::New(StatsDefn::StatsType type, int column) {
       TheErrorManager().Set(kInvalidTypeCode, static_cast<int>(type));
       return nullptr;
   }
+}
+
+bool StatsResult::CannotFailOn(const RecordCache& cache) const {
+  // Address comparisons: the library's own classes have one type_info
+  // each, and a miss only means "not sure".
+  const std::type_info& kind = typeid(*this);
+  if (&kind == &typeid(CountResult)) return true;
+  if (&kind == &typeid(CountValidResult) || &kind == &typeid(MinResult) ||
+      &kind == &typeid(MaxResult) || &kind == &typeid(SumResult) ||
+      &kind == &typeid(AverageResult) || &kind == &typeid(StdDevResult)) {
+    return cache.Peek(column) != nullptr;
+  }
+  if (&kind == &typeid(EnumResult) || &kind == &typeid(EnumPercentResult)) {
+    return static_cast<const EnumResult&>(*this).CountsWithoutFailure(cache);
+  }
+  return false;
 }
 
 const Variant* StatsResult::ReadFailed(const StatsRecord& record, int location) {

@@ -48,6 +48,13 @@ class StatsResult {
   virtual bool IsCountType() { return false; }
   virtual void DumpObject(std::ostream& os) = 0;
 
+  // Whether ProcessRecord on the cache's current record is sure to succeed:
+  // the accumulator is one of the library's own kinds, fully configured,
+  // and every read it makes succeeds (the reads are made now, through the
+  // cache). Then its outcome depends on nothing but its state and the
+  // record's values.
+  bool CannotFailOn(const RecordCache& cache) const;
+
   // Makes the accumulator of `type` reading `column`, owned by the caller.
   // Histogram1 and EnumCount both make an EnumResult (so a histogram's
   // accumulator answers GetType with EnumCount). Any other type outside
