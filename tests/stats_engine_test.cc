@@ -231,21 +231,21 @@ TEST_F(EngineTest, LastRunOutcomeTellsTheEndsOfARunApart) {
   struct Case {
     const char* name;
     int readColumn;      // the statistic's column; 9 is never there
-    bool describe;       // the record's GetError describes a failed read
     int sourceFailsAt;   // -1: the source never fails
     int cancelAfter;     // -1: never cancelled
+    bool describe;       // the record's GetError describes a failed read
     bool resetFromRead;  // GetValue calls Reset
     bool result;
     Outcome outcome;
     int code;  // 0: no error set
   };
   const Case cases[] = {
-      {"completed", 2, false, -1, -1, false, true, Outcome::Completed, 0},
-      {"cancelled", 2, false, -1, 2, false, false, Outcome::Cancelled, 0},
-      {"source failed", 2, false, 2, -1, false, false, Outcome::FailedWithError, 4242},
-      {"read described", 9, true, -1, -1, false, false, Outcome::FailedWithError, 777},
-      {"read undescribed", 9, false, -1, -1, false, false, Outcome::FailedWithoutError, 0},
-      {"reset from a read", 2, false, -1, -1, true, false, Outcome::FailedWithError, 10075},
+      {"completed", 2, -1, -1, false, false, true, Outcome::Completed, 0},
+      {"cancelled", 2, -1, 2, false, false, false, Outcome::Cancelled, 0},
+      {"source failed", 2, 2, -1, false, false, false, Outcome::FailedWithError, 4242},
+      {"read described", 9, -1, -1, true, false, false, Outcome::FailedWithError, 777},
+      {"read undescribed", 9, -1, -1, false, false, false, Outcome::FailedWithoutError, 0},
+      {"reset from a read", 2, -1, -1, false, true, false, Outcome::FailedWithError, 10075},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);

@@ -117,7 +117,8 @@ class Stats {
     Cancelled = 3,           // the progress reporter cancelled
     FailedWithError = 4,     // false, an error is set
     FailedWithoutError = 5,  // false, no error set: an undescribed read
-                             // failure, or an exception of the host's own
+                             // failure, a refused Reset whose error the
+                             // host cleared, or an exception of the host's
   };
   RunOutcome GetLastRunOutcome() const { return lastRunOutcome; }
 
