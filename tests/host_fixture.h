@@ -1,11 +1,14 @@
 // A host over an in-memory table, shared by the engine-level tests: rows of
 // Variants, a StatsRecord reading the current row, a Stats subclass walking
-// the rows, and a ProgressManager that counts calls and can cancel.
+// the rows, and a ProgressManager that counts calls and can cancel. Each
+// callback first calls `onCall` when set, so that a test can call back into
+// the engine from inside a run.
 #ifndef STATTREE_TESTS_HOST_FIXTURE_H_
 #define STATTREE_TESTS_HOST_FIXTURE_H_
 
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <map>
 #include <string>
 #include <utility>
@@ -17,15 +20,18 @@ namespace stattree {
 namespace testing {
 
 using Row = std::vector<Variant>;
+using Callback = std::function<void()>;
 
 class TableRecord : public StatsRecord {
  public:
   bool GetValue(Variant& value, int colNum) const override {
+    if (onCall) onCall();
     if (row == nullptr || colNum < 0 || colNum >= static_cast<int>(row->size())) return false;
     value = (*row)[static_cast<size_t>(colNum)];
     return true;
   }
   bool GetError(int& code, int& second, std::string& message, bool& flag) const override {
+    if (onCall) onCall();
     if (!describeErrors) return false;
     code = 777;
     second = 1;
@@ -36,6 +42,7 @@ class TableRecord : public StatsRecord {
 
   const Row* row = nullptr;
   bool describeErrors = false;
+  Callback onCall;
 };
 
 // CTest runs every engine-level test twice, the second time with
@@ -53,10 +60,12 @@ class TableStats : public Stats {
   }
 
   bool MoveToFirstRecord() override {
+    if (onCall) onCall();
     next_ = 0;
     return MoveToNextRecord();
   }
   bool MoveToNextRecord() override {
+    if (onCall) onCall();
     if (failAt_ >= 0 && next_ == static_cast<size_t>(failAt_)) {
       Stats::SetError(4242, 1, "source failed", true);
       return false;
@@ -65,11 +74,16 @@ class TableStats : public Stats {
     record_.row = &rows_[next_++];
     return true;
   }
-  int GetRecordCount() override { return static_cast<int>(rows_.size()); }
+  int GetRecordCount() override {
+    if (onCall) onCall();
+    return static_cast<int>(rows_.size());
+  }
 
   // The source sets an error and stops before row `index`.
   void FailAt(int index) { failAt_ = index; }
   TableRecord& Record() { return record_; }
+
+  Callback onCall;
 
  private:
   TableRecord record_;
@@ -81,12 +95,22 @@ class TableStats : public Stats {
 class CountingProgress : public ProgressManager {
  public:
   void StartNewTask(int total) override {
+    if (onCall) onCall();
     ++starts;
     lastTotal = total;
   }
-  bool IsCanceled() override { return cancelAfter >= 0 && ++checks >= cancelAfter; }
-  void IncrementProgress(int step) override { increments += step; }
-  void TaskDone() override { ++done; }
+  bool IsCanceled() override {
+    if (onCall) onCall();
+    return cancelAfter >= 0 && ++checks >= cancelAfter;
+  }
+  void IncrementProgress(int step) override {
+    if (onCall) onCall();
+    increments += step;
+  }
+  void TaskDone() override {
+    if (onCall) onCall();
+    ++done;
+  }
 
   int cancelAfter = -1;  // answer true at the check after this many records
   int checks = 0;
@@ -94,6 +118,7 @@ class CountingProgress : public ProgressManager {
   int lastTotal = -1;
   int increments = 0;
   int done = 0;
+  Callback onCall;
 };
 
 // The error currently set, for assertions.
@@ -122,6 +147,62 @@ inline StatsDefn MakeDefn(const std::string& name, const std::string& fieldName,
   StatsDefn definition;
   definition.Initialize(name, MakeField(fieldName, colNum), type);
   return definition;
+}
+
+// Everything the cursor reaches, as text: the node names, and per node and
+// statistic the combinations, results, totals and enumeration counts. Two
+// engines with equal texts hold equal results. Leaves the cursor on the
+// root; refusals are written as such and cleared.
+inline void ReadNode(Stats& stats, const std::map<std::string, StatsDefn>& definitions, int depth,
+                     std::string& out) {
+  std::string text;
+  stats.GetNodeName(text);
+  out.append(static_cast<size_t>(depth) * 2, ' ').append(text).append("\n");
+  for (const auto& entry : definitions) {
+    out.append(static_cast<size_t>(depth) * 2 + 1, ' ').append(entry.first);
+    if (!stats.MoveToStatsResult(entry.first)) {
+      Stats::ClearError();
+      out.append(" -\n");
+      continue;
+    }
+    Variant value;
+    const int combos = stats.GetGroupingValueCount();
+    for (int c = 0; c < combos; ++c) {
+      std::vector<std::string> texts;
+      stats.GetGroupingValueCombo(texts, c);
+      stats.GetResult(value, c);
+      for (const auto& valueText : texts) out.append(" ").append(valueText);
+      out.append("=").append(value.ToString()).append(";");
+    }
+    stats.GetGroupingTotal(value);
+    out.append(" total=").append(value.ToString());
+    int bins = 0;
+    if (stats.IsEnum() && stats.GetEnumValueCount(bins, 0)) {
+      for (int i = 0; i < bins; ++i) {
+        stats.GetEnumValue(text, i, 0, true);
+        stats.GetEnumGroupingTotal(value, i);
+        out.append(" ").append(text).append(":").append(value.ToString());
+      }
+    }
+    out.append("\n");
+    Stats::ClearError();
+  }
+  const int children = stats.GetChildCount();
+  for (int i = 0; i < children; ++i) {
+    if (!stats.MoveToChild(i)) continue;
+    ReadNode(stats, definitions, depth + 1, out);
+    stats.MoveToParent();
+  }
+}
+
+inline std::string ReadTree(Stats& stats, const std::map<std::string, StatsDefn>& definitions) {
+  if (!stats.MoveToRootNode()) {
+    Stats::ClearError();
+    return "no tree";
+  }
+  std::string out;
+  ReadNode(stats, definitions, 0, out);
+  return out;
 }
 
 }  // namespace testing

@@ -224,5 +224,92 @@ TEST_F(EngineTest, CopyIsIndependentAndNavigableFromItsRoot) {
   EXPECT_EQ(stats.GetChildCount(), 2);
 }
 
+// The false answers that set no error are told apart by the last run's
+// outcome; a refused call is no run and changes nothing.
+TEST_F(EngineTest, LastRunOutcomeTellsTheEndsOfARunApart) {
+  using Outcome = Stats::RunOutcome;
+  struct Case {
+    const char* name;
+    int readColumn;      // the statistic's column; 9 is never there
+    int sourceFailsAt;   // -1: the source never fails
+    int cancelAfter;     // -1: never cancelled
+    bool describe;       // the record's GetError describes a failed read
+    bool resetFromRead;  // GetValue calls Reset
+    bool result;
+    Outcome outcome;
+    int code;  // 0: no error set
+  };
+  const Case cases[] = {
+      {"completed", 2, -1, -1, false, false, true, Outcome::Completed, 0},
+      {"cancelled", 2, -1, 2, false, false, false, Outcome::Cancelled, 0},
+      {"source failed", 2, 2, -1, false, false, false, Outcome::FailedWithError, 4242},
+      {"read described", 9, -1, -1, true, false, false, Outcome::FailedWithError, 777},
+      {"read undescribed", 9, -1, -1, false, false, false, Outcome::FailedWithoutError, 0},
+      {"reset from a read", 2, -1, -1, false, true, false, Outcome::FailedWithError, 10075},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    Stats::ClearError();
+    TableStats stats(SalesRows());
+    stats.Record().describeErrors = c.describe;
+    stats.FailAt(c.sourceFailsAt);
+    if (c.resetFromRead) stats.Record().onCall = [&stats] { stats.Reset(); };
+    const std::map<std::string, StatsDefn> definitions = {
+        {"Sum", MakeDefn("Sum", "Amount", c.readColumn, StatsDefn::Sum)}};
+    ASSERT_TRUE(stats.Configure(&definitions, {MakeField("Year", 0)}));
+    EXPECT_EQ(stats.GetLastRunOutcome(), Outcome::NoRun);
+    CountingProgress progress;
+    progress.cancelAfter = c.cancelAfter;
+    EXPECT_EQ(stats.ProcessRecords(&progress), c.result);
+    EXPECT_EQ(stats.GetLastRunOutcome(), c.outcome);
+    const ErrorSnapshot error = ErrorSnapshot::Take();
+    EXPECT_EQ(error.code, c.code);
+    // Only a success and a cancel leave no trace in the error manager.
+    EXPECT_EQ(error.locations.empty(), c.result || c.cancelAfter >= 0);
+    stats.Record().onCall = nullptr;
+
+    Stats::ClearError();
+    if (c.result) {
+      EXPECT_FALSE(stats.ProcessRecords());
+      EXPECT_EQ(stats.GetLastRunOutcome(), c.outcome);
+    }
+    stats.Reset();
+    EXPECT_EQ(stats.GetLastRunOutcome(), Outcome::NoRun);
+  }
+}
+
+// A Reset from inside a run is refused at its own location and the run
+// ends with false, even when the host clears the error at once.
+TEST_F(EngineTest, ResetDuringARunIsRefusedAndFailsTheRun) {
+  for (const bool clear : {false, true}) {
+    SCOPED_TRACE(clear);
+    Stats::ClearError();
+    TableStats stats(SalesRows());
+    const auto definitions = CountDefinitions();
+    ASSERT_TRUE(stats.Configure(&definitions, {MakeField("Year", 0)}));
+    bool checked = false;
+    CountingProgress progress;
+    progress.onCall = [&] {
+      if (checked) return;
+      checked = true;
+      stats.Reset();
+      const ErrorSnapshot error = ErrorSnapshot::Take();
+      EXPECT_EQ(error.code, 10075);
+      EXPECT_EQ(error.detail, "2");
+      EXPECT_EQ(error.locations, std::vector<int>({10005}));
+      if (clear) Stats::ClearError();
+    };
+    EXPECT_FALSE(stats.ProcessRecords(&progress));
+    EXPECT_TRUE(checked);
+    EXPECT_TRUE(stats.StateIs(Stats::DefinitionsProcessed));
+    EXPECT_EQ(progress.done, 0);
+    if (clear) {
+      // Every record went in; only the end of the run failed.
+      EXPECT_EQ(ErrorSnapshot::Take().locations, std::vector<int>({10065}));
+      EXPECT_EQ(stats.GetNodeCount(), 3);
+    }
+  }
+}
+
 }  // namespace
 }  // namespace stattree

@@ -1,12 +1,22 @@
 #include "stattree/boundary/error_manager.h"
 
+#include <cstddef>
 #include <cstring>
+#include <new>
 #include <utility>
 
 namespace stattree {
 
+namespace {
+// Deeper than any failure path of the library; beyond it a location is
+// kept only if memory allows.
+constexpr std::size_t kReservedLocations = 64;
+}  // namespace
+
 ErrorManager::ErrorManager(const ErrorInfo* table, const char* name)
-    : table_(table), name_(name != nullptr ? name : "") {}
+    : table_(table), name_(name != nullptr ? name : "") {
+  locations_.reserve(kReservedLocations);
+}
 
 const ErrorInfo* ErrorManager::FindRow(int code) const {
   if (table_ == nullptr) return nullptr;
@@ -50,7 +60,11 @@ bool ErrorManager::Set(int code, int second, const std::string& message, bool fl
 }
 
 bool ErrorManager::DumpCode(int location) {
-  locations_.push_back(location);
+  // Reporting an allocation failure must not fail for want of memory itself.
+  try {
+    locations_.push_back(location);
+  } catch (const std::bad_alloc&) {
+  }
   if (stream_ != nullptr) *stream_ << name_ << " location " << location << '\n';
   return false;
 }

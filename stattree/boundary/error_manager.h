@@ -10,6 +10,12 @@
 // to DumpCode since the last Set or Clear, oldest first; a location given
 // while no error is set is kept but does not make IsErrorSet true.
 //
+// Recording an error allocates nothing as long as its detail and message
+// fit a short string (the out-of-memory row does): the location list is
+// reserved at construction, so an allocation failure can be reported while
+// memory stays exhausted. A location that finds the list full and no
+// memory is dropped.
+//
 // Thread-safety: none; callers serialise every use.
 #ifndef STATTREE_BOUNDARY_ERROR_MANAGER_H_
 #define STATTREE_BOUNDARY_ERROR_MANAGER_H_

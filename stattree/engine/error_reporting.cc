@@ -18,6 +18,12 @@ ErrorManager& TheErrorManager() {
   return manager;
 }
 
+namespace {
+// Built at load time as well, so that the first report of a process can be
+// an allocation failure while memory stays exhausted.
+[[maybe_unused]] const bool sBuiltAtLoad = (TheErrorManager(), true);
+}  // namespace
+
 std::string IndexDetail(int index, int bound) {
   return std::to_string(index) + "," + std::to_string(bound);
 }

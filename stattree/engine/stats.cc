@@ -27,6 +27,7 @@ constexpr int kNullTreeNodeCode = 10570;
 constexpr int kNullChildCode = 10145;  // no row in the table
 
 // Lifecycle and record loop.
+constexpr int kLocResetDuringRun = 10005;
 constexpr int kLocConfigureState = 10010;
 constexpr int kLocConfigureDefinitions = 10030;
 constexpr int kLocConfigureMemory = 10035;
@@ -127,6 +128,26 @@ constexpr int kLocEnumTotalsMissing = 10564;
 
 const char kRootFieldName[] = "Root";
 
+// Marks a run for its whole extent; an exception of the host's own that
+// leaves the run still ends it.
+class RunScope {
+ public:
+  RunScope(bool& running, Stats::RunOutcome& outcome) : running_(running), outcome_(outcome) {
+    running_ = true;
+    outcome_ = Stats::RunOutcome::UnderWay;
+  }
+  RunScope(const RunScope&) = delete;
+  RunScope& operator=(const RunScope&) = delete;
+  ~RunScope() {
+    running_ = false;
+    if (outcome_ == Stats::RunOutcome::UnderWay) outcome_ = Stats::RunOutcome::FailedWithoutError;
+  }
+
+ private:
+  bool& running_;
+  Stats::RunOutcome& outcome_;
+};
+
 // The host's map is const, but a few definition accessors are not; none of
 // them modifies the definition.
 StatsDefn* Mutable(const StatsDefn* definition) { return const_cast<StatsDefn*>(definition); }
@@ -147,7 +168,9 @@ Stats::Stats(const Stats& other)
       currentStatsName(other.currentStatsName),
       currentGroupingResults(other.currentGroupingResults),
       state(other.state),
-      recordCaching(other.recordCaching) {}
+      recordCaching(other.recordCaching),
+      lastRunOutcome(other.lastRunOutcome != RunOutcome::UnderWay ? other.lastRunOutcome
+                                                                  : RunOutcome::NoRun) {}
 
 Stats::~Stats() = default;
 
@@ -155,12 +178,18 @@ Stats::~Stats() = default;
 // Lifecycle and record loop
 
 void Stats::Reset() {
+  if (running) {
+    resetRefused = true;
+    WrongStateError(kLocResetDuringRun);
+    return;
+  }
   definitions = nullptr;
   currentNode = nullptr;
   currentGroupingResults = nullptr;
   currentStatsName.clear();
   prototypeResults.ClearResults();
   SetState(NotConfigured);
+  lastRunOutcome = RunOutcome::NoRun;
 }
 
 bool Stats::Configure(const std::map<std::string, StatsDefn>* definitionsMap,
@@ -194,7 +223,24 @@ bool Stats::ProcessStatsDefinitions() {
 }
 
 bool Stats::ProcessRecords(ProgressManager* progress) {
-  if (StateIsNot(DefinitionsProcessed)) return WrongStateError(kLocProcessState);
+  // While a run is under way the state still reads DefinitionsProcessed; a
+  // nested run would rebuild what the outer loop is walking.
+  if (running || StateIsNot(DefinitionsProcessed)) return WrongStateError(kLocProcessState);
+  RunScope scope(running, lastRunOutcome);
+  resetRefused = false;
+  bool cancelled = false;
+  const bool done = RunRecords(progress, cancelled);
+  if (done) {
+    lastRunOutcome = RunOutcome::Completed;
+  } else if (cancelled) {
+    lastRunOutcome = RunOutcome::Cancelled;
+  } else {
+    lastRunOutcome = IsErrorSet() ? RunOutcome::FailedWithError : RunOutcome::FailedWithoutError;
+  }
+  return done;
+}
+
+bool Stats::RunRecords(ProgressManager* progress, bool& cancelled) {
   if (!MoveToFirstRecord()) {
     if (IsErrorSet()) return DumpLocation(kLocNoFirstRecord);
     SetState(ProcessingDone);
@@ -210,13 +256,24 @@ bool Stats::ProcessRecords(ProgressManager* progress) {
       if (cache != nullptr) cache->NextRecord();
       if (!ProcessRecordRecursively(source, &root, 0)) return DumpLocation(kLocProcessRecord);
       if (progress != nullptr) {
-        if (progress->IsCanceled()) return false;
+        if (progress->IsCanceled()) {
+          cancelled = true;
+          return false;
+        }
         progress->IncrementProgress(1);
       }
     } while (MoveToNextRecord());
     // A host's record source reports a read failure by leaving an error set.
-    if (IsErrorSet()) return DumpLocation(kLocRecordsEnded);
-    if (progress != nullptr) progress->TaskDone();
+    // A Reset refused during the run fails it even if the host cleared the
+    // error since.
+    if (IsErrorSet() || resetRefused) return DumpLocation(kLocRecordsEnded);
+    if (progress != nullptr) {
+      progress->TaskDone();
+      if (resetRefused) return DumpLocation(kLocRecordsEnded);
+    }
+    // An allocation failure from here on leaves the state at Finalizing: the
+    // nodes are partly finalized, so neither navigation nor another run may
+    // follow; Reset still starts over.
     SetState(Finalizing);
     if (!FinalizeRecursively(&root)) return DumpLocation(kLocFinalize);
     SetState(ProcessingDone);

@@ -18,7 +18,16 @@
 // (a code, then the location of every operation it passed through) and the
 // operation answers false, null, 0 or -1. Errors stay set until ClearError;
 // several operations consult IsErrorSet, so clear before an operation whose
-// outcome you want to judge.
+// outcome you want to judge. Configure and ProcessRecords report an
+// allocation failure as 10001; other operations let std::bad_alloc through,
+// leaving the engine usable and leaking nothing.
+//
+// Re-entrance: while ProcessRecords runs, the host's callbacks (the record
+// source, StatsRecord, ProgressManager) may call back into the engine.
+// Every call that would change it (ProcessRecords, Configure, Reset, the
+// cursor moves) is refused with 10075 at its own location and changes
+// nothing; a refused Reset also makes the run end with false. Queries
+// answer or refuse.
 //
 // Thread-safety: none. The error manager is shared by every engine in the
 // process; a host using engines on several threads serialises every call.
@@ -79,13 +88,39 @@ class Stats {
 
   // Ends navigation and forgets the definitions. The tree fields and the
   // root's nodes are kept on purpose: configuring again appends the fields
-  // once more, and the root's criteria then reports 11070.
+  // once more, and the root's criteria then reports 11070. The kept nodes
+  // below the root still borrow the subset criteria and enumeration
+  // criteria sets of the earlier definitions, and later runs and queries
+  // read them: keep every map ever configured alive and unchanged for the
+  // life of the engine (and of its copies). During a run, Reset is refused
+  // (10075 at 10005) and the run ends with false.
   void Reset();
+  // `definitions` is borrowed: keep it alive and unchanged while the engine
+  // uses it, and after a Reset as long as described there.
   bool Configure(const std::map<std::string, StatsDefn>* definitions,
                  const std::vector<Field>& treeFields);
   // Cancelling through `progress` returns false without setting an error;
   // the records so far stay accumulated and a later call adds on top.
+  // An allocation failure fails the run with 10001 at 10075; during
+  // finalization it leaves the state at Finalizing, where navigation is
+  // refused and only Reset leads on.
   bool ProcessRecords(ProgressManager* progress = nullptr);
+
+  // How the last run that got under way ended; a refused ProcessRecords is
+  // no run and changes nothing. It tells apart the false answers that leave
+  // no error set: a cancel, and a failed host read whose GetError declined
+  // to describe it (its locations are recorded all the same).
+  enum class RunOutcome : int {
+    NoRun = 0,               // none since construction or Reset
+    UnderWay = 1,            // asked from a callback of the run
+    Completed = 2,           // ProcessRecords answered true
+    Cancelled = 3,           // the progress reporter cancelled
+    FailedWithError = 4,     // false, an error is set
+    FailedWithoutError = 5,  // false, no error set: an undescribed read
+                             // failure, a refused Reset whose error the
+                             // host cleared, or an exception of the host's
+  };
+  RunOutcome GetLastRunOutcome() const { return lastRunOutcome; }
 
   // Record caching, on by default: during ProcessRecords each column of a
   // record is read through GetValue at most once, and the value is shared
@@ -156,6 +191,7 @@ class Stats {
   void SetState(StatsState value) { state = value; }
   bool ProcessStatsDefinitions();
   bool ProcessRecordRecursively(const StatsRecord* source, TreeNode* node, int depth);
+  bool RunRecords(ProgressManager* progress, bool& cancelled);
   bool FinalizeRecursively(TreeNode* node);
   void NodeCountRecursively(TreeNode* node, int& count);
   int GetTreeDepth() const;
@@ -182,6 +218,10 @@ class Stats {
   GroupingResults* currentGroupingResults = nullptr;
   StatsState state = NotConfigured;
   bool recordCaching = true;
+  // Set for the whole of ProcessRecords, exceptions included.
+  bool running = false;
+  bool resetRefused = false;
+  RunOutcome lastRunOutcome = RunOutcome::NoRun;
 };
 
 }  // namespace stattree

@@ -62,7 +62,9 @@ const std::string TreeNode::sEmptyNodeName = "[no name]";
 
 TreeNode::TreeNode() = default;
 
-TreeNode::TreeNode(const TreeNode& other) { CopyDataMembers(other); }
+// Delegates, so that a copy failing halfway is destroyed as a node and
+// releases the criteria it already holds.
+TreeNode::TreeNode(const TreeNode& other) : TreeNode() { CopyDataMembers(other); }
 
 TreeNode::~TreeNode() {
   delete criteria;
