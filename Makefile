@@ -79,10 +79,11 @@ demo:
 	cmake --build $(RELEASE_DIR) -j$(JOBS) --target stattree_cli
 	$(RELEASE_DIR)/tools/stattree run examples/sales.csv --job examples/sales.json
 
-# libFuzzer on the CSV reader and the job loader, FUZZ_SECONDS each, in a
-# clang build of their own. New inputs land in $(FUZZ_DIR)/corpus, never in
-# the seeds; a crash stops the run and leaves its input in the current
-# directory (turn it into a test).
+# libFuzzer on the CSV reader, the job loader and the library driven as a
+# host drives it (fuzz/fuzz_engine.cc), FUZZ_SECONDS each, in a clang build
+# of their own. New inputs land in $(FUZZ_DIR)/corpus, never in the seeds;
+# a crash stops the run and leaves its input in the current directory (turn
+# it into a test).
 FUZZ_DIR     ?= build-fuzz
 FUZZ_SECONDS ?= 60
 .PHONY: fuzz
@@ -91,8 +92,8 @@ fuzz:
 	cmake -S . -B $(FUZZ_DIR) -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
 	  -DSTATTREE_BUILD_FUZZ=ON -DSTATTREE_BUILD_TESTS=OFF -DSTATTREE_BUILD_BENCH=OFF \
 	  -DSTATTREE_BUILD_TOOLS=OFF
-	cmake --build $(FUZZ_DIR) -j$(JOBS) --target fuzz_csv_reader fuzz_job_loader
-	for target in csv_reader job_loader; do \
+	cmake --build $(FUZZ_DIR) -j$(JOBS) --target fuzz_csv_reader fuzz_job_loader fuzz_engine
+	for target in csv_reader job_loader engine; do \
 	  mkdir -p $(FUZZ_DIR)/corpus/$$target && \
 	  $(FUZZ_DIR)/fuzz/fuzz_$$target -max_total_time=$(FUZZ_SECONDS) -rss_limit_mb=2048 \
 	    $(FUZZ_DIR)/corpus/$$target fuzz/seeds/$$target || exit 1; \

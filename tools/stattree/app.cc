@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <fstream>
+#include <limits>
 #include <map>
 #include <sstream>
 #include <string>
@@ -47,7 +48,13 @@ one line; blank lines are ignored. A row with another number of cells than
 the header, or broken quoting, is an error naming its line, unless
 --skip-bad-rows skips and counts it.
 
-Exit codes: 0 success, 1 bad data or job, 2 usage error, 130 cancelled.)";
+--max-nodes stops a job whose results tree would pass N nodes (the root,
+and one node per distinct value of a tree field under each parent), before
+it takes the machine's memory: a tree field with a million distinct values
+makes a million nodes.
+
+Exit codes: 0 success, 1 bad data or job or too many nodes, 2 usage error,
+130 cancelled.)";
 
 struct Options {
   std::string dataPath;
@@ -59,6 +66,7 @@ struct Options {
   bool skipBadRows = false;
   bool quiet = false;
   bool checkOnly = false;
+  long long maxNodes = App::kDefaultMaxNodes;
 };
 
 class Runner {
@@ -153,6 +161,9 @@ int Runner::Run() {
   }
   CsvRecord record(header.size());
   CsvStats stats(reader, record, used, forceText);
+  std::vector<int> treeColumns;
+  for (const ColumnRef& ref : job.tree) treeColumns.push_back(ref.column);
+  stats.SetNodeLimit(options_.maxNodes, treeColumns);
   Stats::ClearError();
   if (!stats.Configure(&definitions, treeFields)) {
     return Fail(options_.jobPath, "the library refused the job: " + LibraryError::TakeText());
@@ -167,6 +178,15 @@ int Runner::Run() {
     return App::kExitCancelled;
   }
   if (!processed) {
+    if (stats.NodeLimitReached()) {
+      Stats::ClearError();
+      return Fail(dataName, "record " + std::to_string(stats.GetRecords() + 1) +
+                                " would grow the results tree past " +
+                                std::to_string(options_.maxNodes) +
+                                " nodes (--max-nodes; one node per distinct value of a tree "
+                                "field under each parent); raise --max-nodes, or set it to 0 "
+                                "for no limit; no report written");
+    }
     if (stats.HasDataError()) {
       Stats::ClearError();
       return Fail(dataName, stats.GetDataError());
@@ -248,6 +268,13 @@ int App::Main(int argc, const char* const* argv) {
   run->add_flag("--skip-bad-rows", options.skipBadRows,
                 "Skip and count malformed rows instead of stopping");
   run->add_flag("--quiet,-q", options.quiet, "No progress bar");
+  run->add_option("--max-nodes", options.maxNodes,
+                  "Stop with exit code 1 before the results tree passes N nodes, each some "
+                  "1-4 KiB (default " +
+                      std::to_string(App::kDefaultMaxNodes) + "; 0: no limit)")
+      // The library counts its nodes in an int.
+      ->check(CLI::Range(0LL, static_cast<long long>(std::numeric_limits<int>::max())))
+      ->option_text("N");
   CLI::App* check = app.add_subcommand(
       "check", "Check a job against a CSV file's header without processing records");
   addCommon(check);

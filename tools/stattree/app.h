@@ -2,13 +2,15 @@
 //
 //   stattree run DATA.csv --job JOB.json [--format text|json] [--output FILE]
 //            [--delimiter C] [--text COLUMNS] [--skip-bad-rows] [--quiet]
+//            [--max-nodes N]
 //   stattree check --job JOB.json DATA.csv [--delimiter C] [--text COLUMNS]
 //   stattree --help | --version
 //
 // Exit codes: 0 success; 1 bad data or job (the message names the file and
-// the line or JSON pointer); 2 usage error; 130 cancelled (no report is
-// written). Reports go to standard output or --output, written only once
-// the whole input has been processed; messages go to standard error.
+// the line or JSON pointer), or a results tree that would pass --max-nodes;
+// 2 usage error; 130 cancelled (no report is written). Reports go to
+// standard output or --output, written only once the whole input has been
+// processed; messages go to standard error.
 #ifndef STATTREE_TOOLS_APP_H_
 #define STATTREE_TOOLS_APP_H_
 
@@ -24,6 +26,9 @@ class App {
   static constexpr int kExitBadInput = 1;
   static constexpr int kExitUsage = 2;
   static constexpr int kExitCancelled = 130;
+  // Some 1-4 GB of tree: past it a job is far more likely a tree field with
+  // an identifier's values than a report anyone reads.
+  static constexpr long long kDefaultMaxNodes = 1000000;
 
   // `cancel` is raised by the SIGINT handler; borrowed.
   App(std::ostream& out, std::ostream& err, const volatile std::sig_atomic_t* cancel)

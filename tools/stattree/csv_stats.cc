@@ -1,5 +1,7 @@
 #include "tools/stattree/csv_stats.h"
 
+#include <memory>
+
 #include "tools/stattree/cell_converter.h"
 
 namespace stattree {
@@ -9,6 +11,7 @@ namespace {
 // The host's own error codes, outside the library's table.
 constexpr int kNoSuchColumnCode = 90101;
 constexpr int kCsvReadCode = 90102;
+constexpr int kNodeLimitCode = 90103;
 
 }  // namespace
 
@@ -33,6 +36,12 @@ CsvStats::CsvStats(CsvReader& reader, CsvRecord& record, const std::vector<bool>
                    const std::vector<bool>& forceText)
     : Stats(&record), reader_(reader), record_(record), used_(used), forceText_(forceText) {}
 
+void CsvStats::SetNodeLimit(long long maxNodes, const std::vector<int>& treeColumns) {
+  maxNodes_ = maxNodes;
+  nodeCounter_.reset();
+  if (maxNodes > 0) nodeCounter_ = std::make_unique<NodeCounter>(treeColumns);
+}
+
 bool CsvStats::Next() {
   switch (reader_.ReadRow(cells_)) {
     case CsvReader::Status::Row:
@@ -49,6 +58,11 @@ bool CsvStats::Next() {
   // reads are converted.
   for (std::size_t i = 0; i < values.size() && i < cells_.size(); ++i) {
     if (used_[i]) CellConverter::Convert(values[i], cells_[i], forceText_[i]);
+  }
+  if (nodeCounter_ != nullptr && nodeCounter_->Add(values) > maxNodes_) {
+    nodeLimitReached_ = true;
+    Stats::SetError(kNodeLimitCode, 0, "the results tree reached its node limit", false);
+    return false;
   }
   ++records_;
   return true;

@@ -7,16 +7,22 @@
 // with an error set in the library's error manager, so ProcessRecords
 // fails; the host's own message is kept for the user.
 //
+// With a node limit set, a record that would grow the results tree past it
+// ends the stream the same way, before the engine sees the record
+// (NodeCounter counts ahead of the engine).
+//
 // The record count is unknown for a stream: GetRecordCount answers 0.
 // Thread-safety: none.
 #ifndef STATTREE_TOOLS_CSV_STATS_H_
 #define STATTREE_TOOLS_CSV_STATS_H_
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "stattree/stattree.h"
 #include "tools/stattree/csv_reader.h"
+#include "tools/stattree/node_counter.h"
 
 namespace stattree {
 namespace cli {
@@ -44,6 +50,11 @@ class CsvStats : public Stats {
   bool MoveToNextRecord() override { return Next(); }
   int GetRecordCount() override { return 0; }
 
+  // At most `maxNodes` nodes (0: no limit); `treeColumns` from the root
+  // down.
+  void SetNodeLimit(long long maxNodes, const std::vector<int>& treeColumns);
+  bool NodeLimitReached() const { return nodeLimitReached_; }
+
   long long GetRecords() const { return records_; }
   bool HasDataError() const { return !dataError_.empty(); }
   // "line 7: ..." as the reader words it.
@@ -59,6 +70,9 @@ class CsvStats : public Stats {
   std::vector<std::string> cells_;
   long long records_ = 0;
   std::string dataError_;
+  long long maxNodes_ = 0;
+  std::unique_ptr<NodeCounter> nodeCounter_;
+  bool nodeLimitReached_ = false;
 };
 
 }  // namespace cli

@@ -185,6 +185,9 @@ TEST(ToolRun, CellsBecomeTypedJsonValues) {
   EXPECT_TRUE(results["real"].is_number_float());
 }
 
+const char kTreeJob[] = R"({"tree": ["region", "channel"],
+    "statistics": {"s": {"type": "Sum", "field": "amount"}}})";
+
 struct CommandCase {
   std::vector<std::string> args;  // "D" and "J" stand for the data and job files
   int exitCode;
@@ -256,6 +259,20 @@ TEST(ToolCommands, ExitCodeAndMessages) {
        kSales,
        R"({"statistics": {"s": {"description": )" + Repeat("[", 300000) + Repeat("]", 300000) +
            R"(, "type": "Sum", "field": "amount"}}})"},
+      // Nodes as the records come: the root, North, North/Web, South, South/Shop,
+      // North/Shop, and South/Web, the seventh, at record 5.
+      {{"run", "D", "--job", "J", "--max-nodes", "6"},
+       1,
+       "stattree: error: d.csv: record 5 would grow the results tree past 6 nodes (--max-nodes; "
+       "one node per distinct value of a tree field under each parent); raise --max-nodes, or "
+       "set it to 0 for no limit; no report written\n",
+       kSales,
+       kTreeJob},
+      {{"run", "D", "--job", "J", "--max-nodes", "7"}, 0, "", kSales, kTreeJob},
+      {{"run", "D", "--job", "J", "--max-nodes", "0"}, 0, "", kSales, kTreeJob},
+      {{"run", "D", "--job", "J", "--max-nodes", "-1"},
+       2,
+       "stattree: error: --max-nodes: Value -1 not in range 0 to 2147483647" + usage},
       {run, 0,
        "stattree: warning: j.json: /statistics/x/values: Max does not count enumeration values "
        "(only EnumCount and EnumPercent do); ignored\n",
