@@ -195,6 +195,31 @@ TEST_F(EngineTest, ResetKeepsTheTreeAndReconfiguringReports11070) {
   EXPECT_FALSE(again.ProcessRecords());
 }
 
+// The kept nodes read a subset criteria and an enumeration set that came
+// from the first map; the host frees that map once Reset returns (the
+// sanitizer build catches any read of it).
+TEST_F(EngineTest, KeptNodesNeedNotTheDefinitionsFreedAfterReset) {
+  TableStats stats(SalesRows());
+  auto first = std::make_unique<std::map<std::string, StatsDefn>>();
+  first->emplace("North", MakeDefn("North", "Amount", 2, StatsDefn::Sum));
+  ASSERT_TRUE(
+      first->at("North").CreateSubsetSpec("N", {{MakeField("Region", 1), Variant("North")}}));
+  first->emplace("Regions", MakeDefn("Regions", "Region", 1, StatsDefn::EnumCount));
+  ASSERT_TRUE(first->at("Regions").CreateEnumSpec(std::vector<std::string>{"North", "South"}));
+  ASSERT_TRUE(stats.Configure(first.get(), {MakeField("Year", 0)}));
+  ASSERT_TRUE(stats.ProcessRecords());
+  stats.Reset();
+  first.reset();
+  const std::map<std::string, StatsDefn> none;
+  stats.Configure(&none, {MakeField("Year", 0)});
+  Stats::ClearError();
+  // The records pass through the kept year nodes before the deeper "Root"
+  // level refuses them.
+  EXPECT_FALSE(stats.ProcessRecords());
+  EXPECT_EQ(ErrorSnapshot::Take().code, 10595);
+  EXPECT_EQ(stats.GetNodeCount(), 3);
+}
+
 TEST_F(EngineTest, HostErrorsRoundTrip) {
   Stats::SetError(42, 7, "mine", true);
   ErrorSnapshot error = ErrorSnapshot::Take();

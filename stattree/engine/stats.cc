@@ -5,6 +5,7 @@
 
 #include "stattree/boundary/record_cache.h"
 #include "stattree/engine/error_reporting.h"
+#include "stattree/results/definition_copies.h"
 #include "stattree/results/grouping_results.h"
 #include "stattree/results/stats_set.h"
 #include "stattree/results/subset_results.h"
@@ -183,6 +184,10 @@ void Stats::Reset() {
     WrongStateError(kLocResetDuringRun);
     return;
   }
+  // The kept nodes stop borrowing from the definitions: the host may free
+  // its map now.
+  DefinitionCopies copies;
+  root.DetachFromDefinitions(copies);
   definitions = nullptr;
   currentNode = nullptr;
   currentGroupingResults = nullptr;

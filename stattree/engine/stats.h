@@ -89,14 +89,13 @@ class Stats {
   // Ends navigation and forgets the definitions. The tree fields and the
   // root's nodes are kept on purpose: configuring again appends the fields
   // once more, and the root's criteria then reports 11070. The kept nodes
-  // below the root still borrow the subset criteria and enumeration
-  // criteria sets of the earlier definitions, and later runs and queries
-  // read them: keep every map ever configured alive and unchanged for the
-  // life of the engine (and of its copies). During a run, Reset is refused
-  // (10075 at 10005) and the run ends with false.
+  // take copies of the subset criteria and enumeration criteria sets they
+  // borrowed from the earlier definitions (one copy per borrowed object),
+  // so the host may free the earlier map once Reset returns. During a
+  // run, Reset is refused (10075 at 10005) and the run ends with false.
   void Reset();
-  // `definitions` is borrowed: keep it alive and unchanged while the engine
-  // uses it, and after a Reset as long as described there.
+  // `definitions` is borrowed: keep it alive and unchanged until the next
+  // Reset or the engine's destruction (copies of the engine borrow it too).
   bool Configure(const std::map<std::string, StatsDefn>* definitions,
                  const std::vector<Field>& treeFields);
   // Cancelling through `progress` returns false without setting an error;

@@ -249,6 +249,14 @@ GroupingResults::SetIndex* GroupingResults::CurrentSetIndex() {
   return &index;
 }
 
+void GroupingResults::DetachFromDefinitions(DefinitionCopies& copies) {
+  for (StatsSet& set : groupings) set.DetachFromDefinitions(copies);
+  totals.DetachFromDefinitions(copies);
+  // In place, although other nodes share it: they detach to the same
+  // copies, and a copy reads exactly as the set it was taken from.
+  prototype->DetachFromDefinitions(copies);
+}
+
 void GroupingResults::Finalize() {
   SyncTotals();
   setIndex.reset();  // the sort moves the sets

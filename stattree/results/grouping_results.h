@@ -43,6 +43,7 @@ namespace stattree {
 
 class AlwaysPassCriteria;
 class Criteria;
+class DefinitionCopies;
 class StatsDefn;
 
 class GroupingResults {
@@ -60,6 +61,8 @@ class GroupingResults {
   bool ProcessRecord(const StatsRecord& record);
   // Finalizes and sorts the combination sets, then finalizes the totals.
   void Finalize();
+  // Every set, the shared prototype included, stops borrowing.
+  void DetachFromDefinitions(DefinitionCopies& copies);
 
   int GetGroupingsCount() const;
   // Index 0 with no combination yet answers the never-fed prototype.

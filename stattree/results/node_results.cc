@@ -55,6 +55,10 @@ void NodeResults::Finalize() {
   for (auto& entry : subsets) entry.second.Finalize();
 }
 
+void NodeResults::DetachFromDefinitions(DefinitionCopies& copies) {
+  for (auto& entry : subsets) entry.second.DetachFromDefinitions(copies);
+}
+
 void NodeResults::ClearResults() { subsets.clear(); }
 
 SubsetResults* NodeResults::GetSubsetResults(const std::string& name) const {

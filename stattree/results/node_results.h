@@ -21,6 +21,7 @@
 
 namespace stattree {
 
+class DefinitionCopies;
 class StatsDefn;
 
 class NodeResults {
@@ -34,6 +35,8 @@ class NodeResults {
   bool AddNewStatsDefn(const StatsDefn& defn);
   bool ProcessRecord(const StatsRecord& record);
   void Finalize();
+  // See SubsetResults::DetachFromDefinitions.
+  void DetachFromDefinitions(DefinitionCopies& copies);
   // Removes every subset: as if just constructed.
   void ClearResults();
 

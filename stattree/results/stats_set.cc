@@ -11,6 +11,7 @@
 #include "stattree/criteria/criteria.h"
 #include "stattree/definitions/stats_defn.h"
 #include "stattree/engine/error_reporting.h"
+#include "stattree/results/definition_copies.h"
 #include "stattree/statistics/enum_result.h"
 #include "stattree/statistics/stats_result.h"
 
@@ -175,6 +176,16 @@ bool StatsSet::ProcessRecord(const StatsRecord& record) {
     if (!result->ProcessRecord(record)) return DumpLocation(kLocProcessResult);
   }
   return true;
+}
+
+void StatsSet::DetachFromDefinitions(DefinitionCopies& copies) {
+  for (const auto& result : results) {
+    if (!result->IsEnum()) continue;
+    auto* distribution = dynamic_cast<EnumResult*>(result.get());
+    if (distribution != nullptr && distribution->GetCriteriaSet() != nullptr) {
+      distribution->UseOwnCriteriaSet(copies.CopyOf(*distribution->GetCriteriaSet()));
+    }
+  }
 }
 
 void StatsSet::Finalize() {

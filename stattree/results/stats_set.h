@@ -35,6 +35,7 @@
 namespace stattree {
 
 class Criteria;
+class DefinitionCopies;
 class RecordCache;
 class StatsDefn;
 class StatsResult;
@@ -70,6 +71,9 @@ class StatsSet {
   // criteria stay this set's own. Both sets hold the same statistics.
   void CopyResultsFrom(const StatsSet& other);
   void Finalize();
+  // Gives the distribution accumulators copies of the criteria sets they
+  // borrow from the definitions.
+  void DetachFromDefinitions(DefinitionCopies& copies);
 
   bool GetResult(Variant& value, const std::string& name) const;
   // Null (with an error set) for an unknown name; the set keeps ownership.

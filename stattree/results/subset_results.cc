@@ -8,6 +8,7 @@
 #include "stattree/criteria/criteria_term.h"
 #include "stattree/definitions/stats_defn.h"
 #include "stattree/engine/error_reporting.h"
+#include "stattree/results/definition_copies.h"
 
 namespace stattree {
 
@@ -38,12 +39,14 @@ void SubsetResults::CopyDataMembers(const SubsetResults& other) {
   // The subset criteria stay shared with the definition; the always-pass
   // criteria are this object's own and are not copied.
   subsetCriteria = other.subsetCriteria;
+  ownCriteria = other.ownCriteria;
   groupings = other.groupings;
 }
 
 bool SubsetResults::ConfigureCriteria(Criteria* criteria) {
   if (criteria == nullptr) return SetErrorCode(kErrNullCriteria);
   subsetCriteria = criteria;
+  ownCriteria.reset();
   return true;
 }
 
@@ -90,6 +93,14 @@ bool SubsetResults::MeetsSubset(const StatsRecord& record) const {
   const bool meets = subsetCriteria->RecordMeetsCriteria(record);
   if (!IsErrorSet()) cache->KeepAnswer(subsetCriteria, meets ? 1 : 0);
   return meets;
+}
+
+void SubsetResults::DetachFromDefinitions(DefinitionCopies& copies) {
+  if (subsetCriteria != nullptr && ownCriteria == nullptr) {
+    ownCriteria = copies.CopyOf(*subsetCriteria);
+    subsetCriteria = ownCriteria.get();
+  }
+  for (auto& entry : groupings) entry.second.DetachFromDefinitions(copies);
 }
 
 void SubsetResults::Finalize() {

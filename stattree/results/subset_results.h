@@ -14,6 +14,7 @@
 #define STATTREE_RESULTS_SUBSET_RESULTS_H_
 
 #include <map>
+#include <memory>
 #include <ostream>
 #include <string>
 
@@ -24,6 +25,7 @@
 namespace stattree {
 
 class Criteria;
+class DefinitionCopies;
 class StatsDefn;
 
 class SubsetResults {
@@ -40,6 +42,9 @@ class SubsetResults {
   // A record outside the subset answers true and changes nothing.
   bool ProcessRecord(const StatsRecord& record);
   void Finalize();
+  // Uses copies of the subset criteria and of the criteria sets borrowed
+  // below, so that the definitions may go.
+  void DetachFromDefinitions(DefinitionCopies& copies);
 
   // Null (no error) for an unknown name; the object keeps ownership.
   GroupingResults* GetGroupingResults(const std::string& name) const;
@@ -50,7 +55,8 @@ class SubsetResults {
   void CopyDataMembers(const SubsetResults& other);
   bool MeetsSubset(const StatsRecord& record) const;
 
-  Criteria* subsetCriteria = nullptr;  // borrowed from a definition
+  Criteria* subsetCriteria = nullptr;     // borrowed from a definition, or ownCriteria
+  std::shared_ptr<Criteria> ownCriteria;  // once the definitions may be gone
   std::map<std::string, GroupingResults> groupings;
   AlwaysPassCriteria totalsCriteria;
 };

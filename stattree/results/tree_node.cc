@@ -171,6 +171,11 @@ bool TreeNode::ProcessRecord(const StatsRecord* record) {
 
 void TreeNode::Finalize() { results.Finalize(); }
 
+void TreeNode::DetachFromDefinitions(DefinitionCopies& copies) {
+  results.DetachFromDefinitions(copies);
+  for (auto& child : children) child->DetachFromDefinitions(copies);
+}
+
 TreeNode* TreeNode::GetParent() {
   // Empty ancestors are skipped. Walked with two pointers so that a parent
   // chain that loops (only an assignment from a node's own child makes one)

@@ -52,6 +52,7 @@
 namespace stattree {
 
 class Criteria;
+class DefinitionCopies;
 class StatsDefn;
 
 class TreeNode {
@@ -83,6 +84,9 @@ class TreeNode {
   // A null record is refused (code 11120, location 11110).
   bool ProcessRecord(const StatsRecord* record);
   void Finalize();
+  // This node's results and every descendant's stop borrowing from the
+  // statistic definitions (see DefinitionCopies).
+  void DetachFromDefinitions(DefinitionCopies& copies);
 
   void SetParent(TreeNode* newParent) { parent = newParent; }
   // The nearest non-empty ancestor; null for the root.

@@ -3,6 +3,7 @@
 #include <climits>
 #include <cstdio>
 #include <memory>
+#include <utility>
 
 #include "stattree/criteria/criteria_set.h"
 #include "stattree/engine/error_reporting.h"
@@ -50,6 +51,7 @@ EnumResult& EnumResult::operator=(const EnumResult& other) {
   if (this != &other) {
     StatsResult::operator=(other);
     criteriaSet = other.criteriaSet;
+    ownSet = other.ownSet;
     counters = other.counters;
     notAvailableCount = other.notAvailableCount;
   }
@@ -138,8 +140,14 @@ int EnumResult::GetRecordEnumIndex(const StatsRecord& record) {
 bool EnumResult::ConfigureCriteriaSet(CriteriaSet* set) {
   if (set == nullptr) return CriteriaConfigError(kLocConfigureNoSet);
   criteriaSet = set;
+  ownSet.reset();
   counters.insert(counters.end(), static_cast<size_t>(set->GetCriteriaCount()), 0.0F);
   return true;
+}
+
+void EnumResult::UseOwnCriteriaSet(std::shared_ptr<CriteriaSet> copy) {
+  criteriaSet = copy.get();
+  ownSet = std::move(copy);
 }
 
 int EnumResult::GetEnumValueCount() const { return static_cast<int>(counters.size()); }

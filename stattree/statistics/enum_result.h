@@ -31,6 +31,7 @@
 #ifndef STATTREE_STATISTICS_ENUM_RESULT_H_
 #define STATTREE_STATISTICS_ENUM_RESULT_H_
 
+#include <memory>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -78,6 +79,11 @@ class EnumResult : public StatsResult {
   // second series of counters.
   bool ConfigureCriteriaSet(CriteriaSet* set);
   int GetEnumValueCount() const;
+  // The criteria set in use (borrowed or owned), or null.
+  CriteriaSet* GetCriteriaSet() const { return criteriaSet; }
+  // Uses `copy` (shared with other accumulators) instead of the borrowed
+  // set it was copied from; nothing else changes.
+  void UseOwnCriteriaSet(std::shared_ptr<CriteriaSet> copy);
   // The text of bin `index` (with the operator in front when
   // `withOperator`); NoMatchIndex gives "". NotAvailableIndex leaves "N/A"
   // in `text` and then fails in the set like an out-of-range bin: false,
@@ -100,7 +106,8 @@ class EnumResult : public StatsResult {
   static bool InvalidIndexError(int location, int index, int count);
 
  protected:
-  CriteriaSet* criteriaSet = nullptr;  // borrowed
+  CriteriaSet* criteriaSet = nullptr;   // borrowed, or ownSet's
+  std::shared_ptr<CriteriaSet> ownSet;  // once the definitions may be gone
   // One per bin in the set's order; EnumPercentResult keeps percentages
   // here after Finalize.
   std::vector<float> counters;
