@@ -1,6 +1,8 @@
 #include "stattree/boundary/record_cache.h"
 
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 
 namespace stattree {
 
@@ -10,9 +12,12 @@ namespace {
 // a host's column numbers need not be dense, and the slots must stay small.
 constexpr int kCachedColumns = 4096;
 
+std::atomic<std::uint64_t> sRuns{0};
+
 }  // namespace
 
-RecordCache::RecordCache(const StatsRecord& host, bool enabled) : host(host), enabled(enabled) {}
+RecordCache::RecordCache(const StatsRecord& host, bool enabled)
+    : host(host), enabled(enabled), runId(++sRuns) {}
 
 bool RecordCache::GetValue(Variant& value, int colNum) const {
   const Variant* read = Peek(colNum);

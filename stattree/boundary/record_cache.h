@@ -44,6 +44,9 @@ class RecordCache final : public StatsRecord {
 
   // False when every read goes to the host.
   bool Enabled() const { return enabled; }
+  // Different for every cache the process makes: what is worked out once
+  // per run may be kept under it.
+  std::uint64_t RunId() const { return runId; }
 
   // Forgets every value and answer: the host has moved to another record.
   void NextRecord() { ++generation; }
@@ -100,6 +103,7 @@ class RecordCache final : public StatsRecord {
 
   const StatsRecord& host;
   const bool enabled;
+  const std::uint64_t runId;
   std::uint64_t generation = 1;
   mutable std::vector<Slot> slots;  // by column number
   mutable Variant uncached;         // columns outside the slots, or caching off

@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <climits>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <new>
 #include <utility>
 
 #include "stattree/boundary/record_cache.h"
 #include "stattree/criteria/criteria.h"
+#include "stattree/criteria/criteria_set.h"
 #include "stattree/definitions/stats_defn.h"
 #include "stattree/engine/error_reporting.h"
 #include "stattree/results/definition_copies.h"
@@ -16,6 +18,17 @@
 #include "stattree/statistics/stats_result.h"
 
 namespace stattree {
+
+// The names, and what CannotFailOn works out once per run for every set
+// that shares them (copies of one another: the same kinds of accumulators
+// reading the same columns through the same criteria sets).
+struct StatsSet::NameTable {
+  std::vector<std::string> names;
+  mutable std::uint64_t run = 0;  // the run the rest was worked out for
+  mutable bool known = false;     // every accumulator describes its reads
+  mutable std::vector<int> columns;
+  mutable std::vector<std::pair<CriteriaSet*, int>> sets;
+};
 
 namespace {
 
@@ -47,7 +60,7 @@ StatsSet::StatsSet(const StatsSet& other) { CopyDataMembers(other); }
 
 StatsSet::StatsSet(StatsSet&& other) noexcept
     : groupingCriteria(std::move(other.groupingCriteria)),
-      names(std::move(other.names)),
+      table(std::move(other.table)),
       results(std::move(other.results)),
       recordsProcessed(other.recordsProcessed) {
   other.DeleteDataMembers();
@@ -61,7 +74,7 @@ StatsSet& StatsSet::operator=(const StatsSet& other) {
 StatsSet& StatsSet::operator=(StatsSet&& other) noexcept {
   if (this != &other) {
     groupingCriteria = std::move(other.groupingCriteria);
-    names = std::move(other.names);
+    table = std::move(other.table);
     results = std::move(other.results);
     recordsProcessed = other.recordsProcessed;
     other.DeleteDataMembers();
@@ -87,41 +100,57 @@ void StatsSet::CopyResultsFrom(const StatsSet& other) {
     copies.emplace_back(result->Clone());
     if (copies.back() == nullptr) throw std::bad_alloc();
   }
-  names = other.names;
+  table = other.table;
   results = std::move(copies);
   recordsProcessed = other.recordsProcessed;
 }
 
 bool StatsSet::CannotFailOn(const RecordCache& cache) const {
-  if (IsErrorSet()) return false;
-  // Sets that share a name table were copied from one another: the same
-  // kinds of accumulators, reading the same columns through the same
-  // criteria sets, so one answer per record serves them all.
+  if (IsErrorSet() || table == nullptr) return false;
   int answer = 0;
-  if (names != nullptr && cache.FindAnswer(names.get(), answer)) return answer != 0;
-  bool sure = true;
-  for (const auto& result : results) {
-    if (!result->CannotFailOn(cache)) {
-      sure = false;
-      break;
+  if (cache.FindAnswer(table.get(), answer)) return answer != 0;
+  if (table->run != cache.RunId()) {
+    table->columns.clear();
+    table->sets.clear();
+    table->known = true;
+    for (const auto& result : results) {
+      if (!result->DescribeReads(table->columns, table->sets)) table->known = false;
     }
+    // Each column and set once; a set's smallest counter count stands for all.
+    std::sort(table->columns.begin(), table->columns.end());
+    table->columns.erase(std::unique(table->columns.begin(), table->columns.end()),
+                         table->columns.end());
+    std::sort(table->sets.begin(), table->sets.end());
+    table->sets.erase(std::unique(table->sets.begin(), table->sets.end(),
+                                  [](const auto& a, const auto& b) { return a.first == b.first; }),
+                      table->sets.end());
+    table->run = cache.RunId();
   }
-  if (names != nullptr && !IsErrorSet()) cache.KeepAnswer(names.get(), sure ? 1 : 0);
+  bool sure = table->known;
+  for (std::size_t i = 0; sure && i < table->columns.size(); ++i) {
+    sure = cache.Peek(table->columns[i]) != nullptr;
+  }
+  for (std::size_t i = 0; sure && i < table->sets.size(); ++i) {
+    const auto& [set, counters] = table->sets[i];
+    sure = counters >= set->GetCriteriaCount() && set->FindsBinWithoutFailure(cache);
+  }
+  if (!IsErrorSet()) cache.KeepAnswer(table.get(), sure ? 1 : 0);
   return sure;
 }
 
 void StatsSet::DeleteDataMembers() {
   recordsProcessed = 0;
   groupingCriteria.reset();
-  names.reset();
+  table.reset();
   results.clear();
 }
 
 StatsResult* StatsSet::Find(const std::string& name) const {
-  if (names == nullptr) return nullptr;
-  const auto at = std::lower_bound(names->begin(), names->end(), name);
-  if (at == names->end() || *at != name) return nullptr;
-  return results[static_cast<std::size_t>(at - names->begin())].get();
+  if (table == nullptr) return nullptr;
+  const std::vector<std::string>& names = table->names;
+  const auto at = std::lower_bound(names.begin(), names.end(), name);
+  if (at == names.end() || *at != name) return nullptr;
+  return results[static_cast<std::size_t>(at - names.begin())].get();
 }
 
 bool StatsSet::AddNewStatsDefn(const StatsDefn& defn) {
@@ -138,14 +167,16 @@ bool StatsSet::AddNewStatsDefn(const StatsDefn& defn) {
     if (enumResult != nullptr) enumResult->ConfigureCriteriaSet(defn.GetEnumCriteriaSet());
   }
   // A new table, since the current one may be shared with other sets.
-  auto newNames = names != nullptr ? std::make_shared<Names>(*names) : std::make_shared<Names>();
-  const auto at = std::lower_bound(newNames->begin(), newNames->end(), name);
-  const auto position = at - newNames->begin();
-  newNames->insert(at, name);
+  auto newTable = std::make_shared<NameTable>();
+  if (table != nullptr) newTable->names = table->names;
+  std::vector<std::string>& newNames = newTable->names;
+  const auto at = std::lower_bound(newNames.begin(), newNames.end(), name);
+  const auto position = at - newNames.begin();
+  newNames.insert(at, name);
   results.reserve(results.size() + 1);
   // Nothing below can throw.
   results.insert(results.begin() + position, std::move(result));
-  names = std::move(newNames);
+  table = std::move(newTable);
   return true;
 }
 
@@ -223,7 +254,7 @@ bool StatsSet::operator<(const StatsSet& other) const {
 
 void StatsSet::DumpObject(std::ostream& os, const std::map<std::string, StatsDefn>& defns) {
   for (std::size_t i = 0; i < results.size(); ++i) {
-    const std::string& name = (*names)[i];
+    const std::string& name = table->names[i];
     os << kIndent << "Stats Name: " << name << "\r\n";
     auto found = defns.find(name);
     if (found == defns.end()) {

@@ -96,14 +96,14 @@ class StatsSet {
   void CopyDataMembers(const StatsSet& other);
   void DeleteDataMembers();
 
-  using Names = std::vector<std::string>;
+  struct NameTable;
 
   // The accumulator named `name`, or null.
   StatsResult* Find(const std::string& name) const;
 
   std::unique_ptr<Criteria> groupingCriteria;
-  std::shared_ptr<const Names> names;  // null while there is no accumulator
-  // results[i] is named (*names)[i]; never null.
+  std::shared_ptr<const NameTable> table;  // null while there is no accumulator
+  // results[i] is named table->names[i]; never null.
   std::vector<std::unique_ptr<StatsResult>> results;
   int recordsProcessed = 0;
 };

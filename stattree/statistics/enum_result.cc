@@ -197,13 +197,6 @@ int EnumResult::FindEnumIndex(const std::string& text) const {
   return NoMatchIndex;
 }
 
-bool EnumResult::CountsWithoutFailure(const RecordCache& cache) const {
-  // Every bin the set can answer has a counter, the set's lookup cannot
-  // fail, and the value itself reads (for a record of no bin).
-  return criteriaSet != nullptr && GetEnumValueCount() >= criteriaSet->GetCriteriaCount() &&
-         criteriaSet->FindsBinWithoutFailure(cache) && cache.Peek(column) != nullptr;
-}
-
 bool EnumResult::CriteriaConfigError(int location) {
   SetErrorCode(kCriteriaConfigCode);
   return DumpLocation(location);

@@ -97,9 +97,6 @@ class EnumResult : public StatsResult {
   // 11430 when no set is configured.
   int FindEnumIndex(const std::string& text) const;
 
-  // StatsResult::CannotFailOn for the distribution kinds.
-  bool CountsWithoutFailure(const RecordCache& cache) const;
-
   // Error 11430, then `location`; false.
   static bool CriteriaConfigError(int location);
   // Error 11440 with "index,count", then `location`; false.

@@ -41,7 +41,8 @@ StatsResult* StatsResult::New(StatsDefn::StatsType type, int column) {
   }
 }
 
-bool StatsResult::CannotFailOn(const RecordCache& cache) const {
+bool StatsResult::DescribeReads(std::vector<int>& columns,
+                                std::vector<std::pair<CriteriaSet*, int>>& sets) const {
   // Address comparisons: the library's own classes have one type_info
   // each, and a miss only means "not sure".
   const std::type_info& kind = typeid(*this);
@@ -49,10 +50,15 @@ bool StatsResult::CannotFailOn(const RecordCache& cache) const {
   if (&kind == &typeid(CountValidResult) || &kind == &typeid(MinResult) ||
       &kind == &typeid(MaxResult) || &kind == &typeid(SumResult) ||
       &kind == &typeid(AverageResult) || &kind == &typeid(StdDevResult)) {
-    return cache.Peek(column) != nullptr;
+    columns.push_back(column);
+    return true;
   }
   if (&kind == &typeid(EnumResult) || &kind == &typeid(EnumPercentResult)) {
-    return static_cast<const EnumResult&>(*this).CountsWithoutFailure(cache);
+    const auto& distribution = static_cast<const EnumResult&>(*this);
+    if (distribution.GetCriteriaSet() == nullptr) return false;
+    columns.push_back(column);
+    sets.emplace_back(distribution.GetCriteriaSet(), distribution.GetEnumValueCount());
+    return true;
   }
   return false;
 }

@@ -22,6 +22,8 @@
 #define STATTREE_STATISTICS_STATS_RESULT_H_
 
 #include <ostream>
+#include <utility>
+#include <vector>
 
 #include "stattree/boundary/record_cache.h"
 #include "stattree/boundary/stats_record.h"
@@ -29,6 +31,8 @@
 #include "stattree/definitions/stats_defn.h"
 
 namespace stattree {
+
+class CriteriaSet;
 
 class StatsResult {
  public:
@@ -48,12 +52,16 @@ class StatsResult {
   virtual bool IsCountType() { return false; }
   virtual void DumpObject(std::ostream& os) = 0;
 
-  // Whether ProcessRecord on the cache's current record is sure to succeed:
-  // the accumulator is one of the library's own kinds, fully configured,
-  // and every read it makes succeeds (the reads are made now, through the
-  // cache). Then its outcome depends on nothing but its state and the
-  // record's values.
-  bool CannotFailOn(const RecordCache& cache) const;
+  // What ProcessRecord reads, for telling ahead whether it can fail: the
+  // columns it reads (appended to `columns`) and, for the distribution
+  // kinds, their criteria set with the number of counters (appended to
+  // `sets`). False for an accumulator of another kind than the library's
+  // own, or without a criteria set. With every column read, every set's
+  // lookup sure to succeed, the counters covering every bin and no error
+  // held, ProcessRecord succeeds and depends on nothing but the state and
+  // the record's values.
+  bool DescribeReads(std::vector<int>& columns,
+                     std::vector<std::pair<CriteriaSet*, int>>& sets) const;
 
   // Makes the accumulator of `type` reading `column`, owned by the caller.
   // Histogram1 and EnumCount both make an EnumResult (so a histogram's
