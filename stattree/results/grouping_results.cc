@@ -30,8 +30,9 @@ constexpr int kLocMatchingSetRecord = 11015;
 constexpr int kLocTotalsRecord = 11020;
 
 // A grouping walks its combinations up to this many; past it, it indexes
-// them.
-constexpr std::size_t kLinearSets = 8;
+// them. An index costs about 450 bytes, and the many small nodes of a
+// high-cardinality tree mostly hold fewer combinations than this.
+constexpr std::size_t kLinearSets = 16;
 
 // The "=" terms of a plain single or multiple criteria, or null for any
 // other kind (a subclass included) or any other operator: only these are
