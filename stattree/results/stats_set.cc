@@ -23,11 +23,18 @@ namespace stattree {
 // that shares them (copies of one another: the same kinds of accumulators
 // reading the same columns through the same criteria sets).
 struct StatsSet::NameTable {
+  // What the accumulators read, worked out for one run. Replaced, never
+  // changed, so that a check under way keeps reading the one it took even
+  // if a nested run of a copy of the engine works out its own.
+  struct ReadPlan {
+    std::uint64_t run = 0;
+    bool known = true;  // every accumulator describes its reads
+    std::vector<int> columns;
+    std::vector<std::pair<CriteriaSet*, int>> sets;
+  };
+
   std::vector<std::string> names;
-  mutable std::uint64_t run = 0;  // the run the rest was worked out for
-  mutable bool known = false;     // every accumulator describes its reads
-  mutable std::vector<int> columns;
-  mutable std::vector<std::pair<CriteriaSet*, int>> sets;
+  mutable std::shared_ptr<const ReadPlan> plan;
 };
 
 namespace {
@@ -109,29 +116,30 @@ bool StatsSet::CannotFailOn(const RecordCache& cache) const {
   if (IsErrorSet() || table == nullptr) return false;
   int answer = 0;
   if (cache.FindAnswer(table.get(), answer)) return answer != 0;
-  if (table->run != cache.RunId()) {
-    table->columns.clear();
-    table->sets.clear();
-    table->known = true;
+  std::shared_ptr<const NameTable::ReadPlan> plan = table->plan;
+  if (plan == nullptr || plan->run != cache.RunId()) {
+    auto fresh = std::make_shared<NameTable::ReadPlan>();
+    fresh->run = cache.RunId();
     for (const auto& result : results) {
-      if (!result->DescribeReads(table->columns, table->sets)) table->known = false;
+      if (!result->DescribeReads(fresh->columns, fresh->sets)) fresh->known = false;
     }
     // Each column and set once; a set's smallest counter count stands for all.
-    std::sort(table->columns.begin(), table->columns.end());
-    table->columns.erase(std::unique(table->columns.begin(), table->columns.end()),
-                         table->columns.end());
-    std::sort(table->sets.begin(), table->sets.end());
-    table->sets.erase(std::unique(table->sets.begin(), table->sets.end(),
+    std::sort(fresh->columns.begin(), fresh->columns.end());
+    fresh->columns.erase(std::unique(fresh->columns.begin(), fresh->columns.end()),
+                         fresh->columns.end());
+    std::sort(fresh->sets.begin(), fresh->sets.end());
+    fresh->sets.erase(std::unique(fresh->sets.begin(), fresh->sets.end(),
                                   [](const auto& a, const auto& b) { return a.first == b.first; }),
-                      table->sets.end());
-    table->run = cache.RunId();
+                      fresh->sets.end());
+    table->plan = fresh;
+    plan = std::move(fresh);
   }
-  bool sure = table->known;
-  for (std::size_t i = 0; sure && i < table->columns.size(); ++i) {
-    sure = cache.Peek(table->columns[i]) != nullptr;
+  bool sure = plan->known;
+  for (std::size_t i = 0; sure && i < plan->columns.size(); ++i) {
+    sure = cache.Peek(plan->columns[i]) != nullptr;
   }
-  for (std::size_t i = 0; sure && i < table->sets.size(); ++i) {
-    const auto& [set, counters] = table->sets[i];
+  for (std::size_t i = 0; sure && i < plan->sets.size(); ++i) {
+    const auto& [set, counters] = plan->sets[i];
     sure = counters >= set->GetCriteriaCount() && set->FindsBinWithoutFailure(cache);
   }
   if (!IsErrorSet()) cache.KeepAnswer(table.get(), sure ? 1 : 0);
