@@ -31,6 +31,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace stattree {
 
@@ -207,7 +208,7 @@ inline Variant& Variant::operator=(const Variant& other) {
 inline Variant& Variant::operator=(Variant&& other) noexcept {
   kind_ = other.kind_;
   CopyNumber(other);
-  if (!text_.empty() || !other.text_.empty()) text_.swap(other.text_);
+  if (!text_.empty() || !other.text_.empty()) text_ = std::move(other.text_);
   return *this;
 }
 

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace stattree {
@@ -137,6 +139,23 @@ TEST(VariantText, StringEquivalence) {
   EXPECT_TRUE(Variant().IsStringEquivalentTo(Variant("")));
 }
 
+TEST(VariantKinds, AssignmentReplacesKindAndContent) {
+  Variant copied("abc");
+  copied = Variant(5);
+  EXPECT_TRUE(copied.IsInteger());
+  EXPECT_EQ(copied.GetText(), "");
+  Variant moved("abc");
+  Variant real(2.5);
+  moved = std::move(real);
+  EXPECT_TRUE(moved.IsReal());
+  EXPECT_EQ(moved.GetText(), "");
+  EXPECT_EQ(std::string(moved), "2.5");
+  Variant text(7);
+  text = Variant("xyz");
+  EXPECT_EQ(text.GetText(), "xyz");
+  EXPECT_TRUE(text.IsStringEquivalentTo(Variant("xyz")));
+}
+
 TEST(VariantArithmetic, EmptyIsTheIdentityOfPlus) {
   EXPECT_EQ(Variant() + Variant(3), Variant(3));
   EXPECT_EQ(Variant(3) + Variant(), Variant(3));
@@ -155,6 +174,26 @@ TEST(VariantArithmetic, KindsOfResults) {
   EXPECT_EQ(q, Variant(2));
   EXPECT_FALSE((Variant(1) / Variant(0)).IsValid());
   EXPECT_FALSE((Variant(1) / Variant(0.0)).IsValid());
+}
+
+// Accumulators add in place; every kind of operand must give what + gives.
+TEST(VariantArithmetic, AddingInPlaceGivesWhatPlusGives) {
+  const double inf = std::numeric_limits<double>::infinity();
+  const std::vector<Variant> operands = {
+      Variant(),    Variant::Invalid(), Variant(0),   Variant(-3),   Variant(9223372036854775807LL),
+      Variant(0.1), Variant(-0.0),      Variant(inf), Variant(-inf), Variant("4"),
+      Variant("x")};
+  for (const Variant& a : operands) {
+    for (const Variant& b : operands) {
+      const Variant plus = a + b;
+      Variant sum = a;
+      sum += b;
+      SCOPED_TRACE(std::string(a) + " + " + std::string(b));
+      EXPECT_EQ(sum.GetKind(), plus.GetKind());
+      EXPECT_EQ(std::string(sum), std::string(plus));
+      EXPECT_EQ(sum.GetText(), plus.GetText());
+    }
+  }
 }
 
 TEST(VariantArithmetic, IntegerOverflowPromotesToReal) {
