@@ -39,7 +39,8 @@ class Variant {
  public:
   enum class Kind : int { Empty, Integer, Real, Text, Invalid };
 
-  Variant() noexcept = default;
+  // User-provided, so that a const Variant may be default-initialised.
+  Variant() noexcept {}
   Variant(int value) noexcept;        // NOLINT(google-explicit-constructor)
   Variant(long value) noexcept;       // NOLINT(google-explicit-constructor)
   Variant(long long value) noexcept;  // NOLINT(google-explicit-constructor)
