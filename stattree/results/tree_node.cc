@@ -48,6 +48,19 @@ const CriteriaTerm& TermOf(const Criteria& criteria) {
   return static_cast<const SingleCriteria&>(criteria).GetTerm();
 }
 
+// The term by which a child's value can be looked up, or null: only the
+// plain single "=" test is known to mean text equality of one column (any
+// other kind, a subclass included, keeps the walk). `column` is the column
+// of the other children's terms so far, -1 for none.
+const CriteriaTerm* KeyTermOf(const Criteria& test, int column) {
+  if (typeid(test) != typeid(SingleCriteria)) return nullptr;
+  const CriteriaTerm& term = TermOf(test);
+  if (term.op != Equal || term.column == -1 || (column != -1 && term.column != column)) {
+    return nullptr;
+  }
+  return &term;
+}
+
 }  // namespace
 
 struct TreeNode::ChildIndex {
@@ -239,18 +252,15 @@ bool TreeNode::FindScannedChild(std::size_t& position, bool& found,
   for (std::size_t i = 0; i < children.size(); ++i) {
     const Criteria* test = children[i]->criteria;
     if (test == nullptr) continue;
-    if (typeid(*test) != typeid(SingleCriteria)) return false;
-    const CriteriaTerm& term = TermOf(*test);
-    if (term.op != Equal || term.column == -1 || (column != -1 && term.column != column)) {
-      return false;
-    }
+    const CriteriaTerm* term = KeyTermOf(*test, column);
+    if (term == nullptr) return false;
     if (value == nullptr) {
-      column = term.column;
+      column = term->column;
       // A failed read is reported by the first child's test, in the walk.
       value = cache->Peek(column);
       if (value == nullptr) return false;
     }
-    if (value->IsStringEquivalentTo(term.value)) {
+    if (value->IsStringEquivalentTo(term->value)) {
       position = i;
       found = true;
       return true;
@@ -295,20 +305,15 @@ TreeNode::ChildIndex* TreeNode::CurrentChildIndex() {
     // child that has none yet (the walk skips it; it may get one later).
     candidate.inParentIndex = true;
     if (candidate.criteria == nullptr) continue;
-    // Only the plain single "=" test is known to mean text equality of one
-    // column; any other kind, a subclass included, keeps the walk.
-    const Criteria& test = *candidate.criteria;
-    const bool keyable = typeid(test) == typeid(SingleCriteria) && TermOf(test).op == Equal &&
-                         TermOf(test).column != -1 &&
-                         (index.column == -1 || TermOf(test).column == index.column);
-    if (!keyable) {
+    const CriteriaTerm* term = KeyTermOf(*candidate.criteria, index.column);
+    if (term == nullptr) {
       index.exact = false;
       index.keys.Clear();
       return nullptr;
     }
-    index.column = TermOf(test).column;
+    index.column = term->column;
     Variant::TextBuffer buffer;
-    const std::string_view key = TermOf(test).value.TextView(buffer);
+    const std::string_view key = term->value.TextView(buffer);
     const auto at = static_cast<std::uint32_t>(index.indexedChildren);
     index.keys.Insert(FirstMatchIndex::HashText(key), at, [&](std::uint32_t other) {
       Variant::TextBuffer otherBuffer;
