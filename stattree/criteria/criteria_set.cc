@@ -69,7 +69,6 @@ CriteriaSet::~CriteriaSet() {
 }
 
 void CriteriaSet::CopyDataMembers(const CriteriaSet& other) {
-  flatUsable = false;
   for (const auto& entry : other.criteriaList) {
     if (!entry) continue;
     // Owned before the list grows, so a failed growth cannot leak it.
@@ -82,7 +81,7 @@ void CriteriaSet::CopyDataMembers(const CriteriaSet& other) {
 // Kept: the entries stay in place (as nulls, which every operation skips),
 // so an assigned-onto set still counts them.
 void CriteriaSet::DeleteDataMembers() {
-  flatUsable = false;
+  flatFor = kNotFlat;
   for (auto& entry : criteriaList) entry.reset();
 }
 
@@ -92,7 +91,6 @@ const Criteria* CriteriaSet::EntryAt(int index) const {
 }
 
 bool CriteriaSet::CreateEnum(const std::vector<std::string>& values, int colNum) {
-  flatUsable = false;
   if (colNum == -1) return Criteria::InvalidColumnError(kLocEnumListColumn, -1);
   for (const std::string& value : values) {
     // Kept: the answer is not looked at; the column was checked above.
@@ -103,7 +101,6 @@ bool CriteriaSet::CreateEnum(const std::vector<std::string>& values, int colNum)
 }
 
 bool CriteriaSet::CreateEnum(const std::set<std::string>& values, int colNum) {
-  flatUsable = false;
   if (colNum == -1) return Criteria::InvalidColumnError(kLocEnumSetColumn, colNum);
   for (const std::string& value : values) {
     auto single = std::make_unique<SingleCriteria>();
@@ -119,7 +116,6 @@ bool CriteriaSet::CreateEnum(const std::set<std::string>& values, int colNum) {
 
 bool CriteriaSet::CreateHistogram(const Variant& start, const Variant& width, int binCount,
                                   int colNum) {
-  flatUsable = false;
   if (colNum == -1) return Criteria::InvalidColumnError(kLocWidthHistogramColumn, colNum);
   if (binCount < 1) return InvalidSpecError(kLocWidthHistogramNoBins);
   criteriaList.push_back(MakeRange(colNum, GreaterEqual, OpenEdge(), Less, start));
@@ -136,7 +132,6 @@ bool CriteriaSet::CreateHistogram(const Variant& start, const Variant& width, in
 
 bool CriteriaSet::CreateHistogram(const std::vector<Variant>& edges, HistogramBinLogic logic,
                                   int colNum) {
-  flatUsable = false;
   if (colNum == -1) return Criteria::InvalidColumnError(kLocEdgeHistogramColumn, -1);
   if (edges.empty()) return InvalidSpecError(kLocEdgeHistogramNoEdges);
   const bool lowerInclusive = logic == LowerEdgeInclusive;
@@ -159,7 +154,7 @@ bool CriteriaSet::RecordMeetsCriteria(int& index, const StatsRecord& record) {
   const RecordCache* cache = RecordCache::Of(record);
   if (cache != nullptr && cache->Enabled() && !IsErrorSet()) {
     if (cache->FindAnswer(this, index)) return true;
-    if (!(flatUsable && FindBinFlat(index, *cache)) && !FindBin(index, record)) return false;
+    if (!(IsFlat() && FindBinFlat(index, *cache)) && !FindBin(index, record)) return false;
     if (!IsErrorSet()) cache->KeepAnswer(this, index);
     return true;
   }
@@ -189,7 +184,7 @@ bool CriteriaSet::FindBinFlat(int& index, const RecordCache& cache) const {
 }
 
 bool CriteriaSet::FindsBinWithoutFailure(const RecordCache& cache) const {
-  if (!flatUsable || !cache.Enabled()) return false;
+  if (!IsFlat() || !cache.Enabled()) return false;
   for (int column : flatColumns) {
     if (cache.Peek(column) == nullptr) return false;
   }
@@ -197,7 +192,7 @@ bool CriteriaSet::FindsBinWithoutFailure(const RecordCache& cache) const {
 }
 
 void CriteriaSet::Flatten() {
-  flatUsable = false;
+  flatFor = kNotFlat;
   std::vector<CriteriaTerm> terms;
   std::vector<FlatEntry> entries;
   for (int i = 0; i < GetCriteriaCount(); ++i) {
@@ -231,7 +226,7 @@ void CriteriaSet::Flatten() {
   flatTerms.swap(terms);
   flatEntries.swap(entries);
   flatColumns.swap(columns);
-  flatUsable = true;
+  flatFor = criteriaList.size();
 }
 
 bool CriteriaSet::FindBin(int& index, const StatsRecord& record) const {

@@ -102,13 +102,16 @@ class CriteriaSet {
   // The list again as plain terms, rebuilt whenever the list changes, so
   // that the engine's record loop finds a bin without a virtual call or a
   // read per term. Only the four criteria kinds themselves (no subclass)
-  // and columns other than -1 can be flattened; otherwise `flatUsable` is
-  // false and the walk runs.
+  // and columns other than -1 can be flattened; otherwise, and while the
+  // list has changed since (an append cut short by an exception included),
+  // the walk runs.
   struct FlatEntry {
     int index;             // position in criteriaList
     std::size_t termsEnd;  // its terms end here in flatTerms
   };
+  static constexpr std::size_t kNotFlat = static_cast<std::size_t>(-1);
   void Flatten();
+  bool IsFlat() const { return flatFor == criteriaList.size(); }
   // The walk over the flat terms; false when a read failed (nothing is
   // reported: the walk then runs and reports it).
   bool FindBinFlat(int& index, const RecordCache& cache) const;
@@ -117,7 +120,8 @@ class CriteriaSet {
   std::vector<CriteriaTerm> flatTerms;
   std::vector<FlatEntry> flatEntries;
   std::vector<int> flatColumns;  // each column of flatTerms once
-  bool flatUsable = false;
+  // The number of list entries the flat form stands for.
+  std::size_t flatFor = kNotFlat;
 };
 
 }  // namespace stattree
