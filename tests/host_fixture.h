@@ -26,12 +26,15 @@ class TableRecord : public StatsRecord {
  public:
   bool GetValue(Variant& value, int colNum) const override {
     if (onCall) onCall();
+    ++reads;
     if (row == nullptr || colNum < 0 || colNum >= static_cast<int>(row->size())) return false;
+    if (row == failRow && colNum == failColumn) return false;
     value = (*row)[static_cast<size_t>(colNum)];
     return true;
   }
   bool GetError(int& code, int& second, std::string& message, bool& flag) const override {
     if (onCall) onCall();
+    ++errorQuestions;
     if (!describeErrors) return false;
     code = 777;
     second = 1;
@@ -42,6 +45,11 @@ class TableRecord : public StatsRecord {
 
   const Row* row = nullptr;
   bool describeErrors = false;
+  // Column `failColumn` of the row `failRow` can't be read either.
+  const Row* failRow = nullptr;
+  int failColumn = -1;
+  mutable int reads = 0;
+  mutable int errorQuestions = 0;
   Callback onCall;
 };
 
@@ -82,6 +90,7 @@ class TableStats : public Stats {
   // The source sets an error and stops before row `index`.
   void FailAt(int index) { failAt_ = index; }
   TableRecord& Record() { return record_; }
+  const Row& RowAt(size_t index) const { return rows_[index]; }
 
   Callback onCall;
 

@@ -24,63 +24,15 @@ constexpr int kRegion = 1;
 constexpr int kChannel = 2;
 constexpr int kAmount = 3;
 
-// Fails every read of one column on one record.
-class FaultyRecord : public StatsRecord {
- public:
-  bool GetValue(Variant& value, int colNum) const override {
-    ++reads;
-    if (colNum == failColumn && index == failIndex) return false;
-    if (colNum < 0 || colNum >= static_cast<int>(row->size())) return false;
-    value = (*row)[static_cast<size_t>(colNum)];
-    return true;
-  }
-  bool GetError(int& code, int& second, std::string& message, bool& flag) const override {
-    ++errorQuestions;
-    if (!describe) return false;
-    code = 555;
-    second = index;
-    message = "unreadable cell";
-    flag = false;
-    return true;
-  }
-
-  const Row* row = nullptr;
-  int index = -1;
-  int failColumn = -1;
-  int failIndex = -1;
-  bool describe = false;
-  mutable int reads = 0;
-  mutable int errorQuestions = 0;
-};
-
-class FaultyStats : public Stats {
- public:
-  explicit FaultyStats(const std::vector<Row>& rows) : Stats(&record), rows(rows) {}
-  bool MoveToFirstRecord() override {
-    record.index = -1;
-    return MoveToNextRecord();
-  }
-  bool MoveToNextRecord() override {
-    if (++record.index >= static_cast<int>(rows.size())) return false;
-    record.row = &rows[static_cast<size_t>(record.index)];
-    return true;
-  }
-  int GetRecordCount() override { return static_cast<int>(rows.size()); }
-
-  FaultyRecord record;
-
- private:
-  const std::vector<Row>& rows;
-};
-
-// Enough regions and years that children and combinations are found by
-// value as well as by walking.
+// Enough regions (12) and years (17) that children and combinations are
+// found by value (past 8 children and 16 combinations) as well as by
+// walking.
 std::vector<Row> Rows() {
   std::vector<Row> rows;
   const char* channels[] = {"Web", "Store", "Phone"};
   for (int i = 0; i < 40; ++i) {
     Variant amount = i % 7 == 0 ? Variant() : Variant(i * 1.5 - 4);
-    rows.push_back({2000 + i % 11, "R" + std::to_string(i % 12), channels[i % 3], amount});
+    rows.push_back({2000 + i % 17, "R" + std::to_string(i % 12), channels[i % 3], amount});
   }
   return rows;
 }
@@ -131,24 +83,24 @@ std::string Describe(const Outcome& outcome) {
 
 Outcome RunEngine(bool caching, int failColumn, int failIndex, bool describe, int& reads) {
   Stats::ClearError();
-  const std::vector<Row> rows = Rows();
   const auto definitions = Definitions();
-  FaultyStats stats(rows);
+  testing::TableStats stats(Rows());
   stats.SetRecordCaching(caching);
-  stats.record.failColumn = failColumn;
-  stats.record.failIndex = failIndex;
-  stats.record.describe = describe;
+  testing::TableRecord& record = stats.Record();
+  if (failIndex >= 0) record.failRow = &stats.RowAt(static_cast<size_t>(failIndex));
+  record.failColumn = failColumn;
+  record.describeErrors = describe;
   Outcome outcome;
   EXPECT_TRUE(
       stats.Configure(&definitions, {MakeField("Region", kRegion), MakeField("Year", kYear)}));
   outcome.processed = stats.ProcessRecords();
   outcome.error = ErrorSnapshot::Take();
-  outcome.errorQuestions = stats.record.errorQuestions;
+  outcome.errorQuestions = record.errorQuestions;
   Stats::ClearError();
   outcome.nodes = stats.GetNodeCount();
-  reads = stats.record.reads;
+  reads = record.reads;
   Stats::ClearError();
-  stats.record.failColumn = -1;
+  record.failRow = nullptr;
   if (!outcome.processed) {
     EXPECT_TRUE(stats.ProcessRecords());
   }
