@@ -8,20 +8,11 @@ set -euo pipefail
 folder=${1:?usage: install.sh FOLDER}
 [ -f "$folder/package.json" ] || { echo "install.sh: no package.json in $folder (configure the bench first)" >&2; exit 1; }
 
-missing=()
-dpkg-query -W -f='${Status}' python3-pandas 2>/dev/null | grep -q 'install ok installed' ||
-  missing+=(python3-pandas)
 # Any Node.js with npm will do; Debian's when there is none.
-command -v node >/dev/null || missing+=(nodejs)
-command -v npm >/dev/null || missing+=(npm)
-if [ ${#missing[@]} -gt 0 ]; then
-  echo "Installing missing packages: ${missing[*]}"
-  sudo=""
-  [ "$(id -u)" -eq 0 ] || sudo="sudo"
-  export DEBIAN_FRONTEND=noninteractive
-  $sudo apt-get update -qq
-  $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"
-fi
+extra=(python3-pandas)
+command -v node >/dev/null || extra+=(nodejs)
+command -v npm >/dev/null || extra+=(npm)
+bash "$(dirname "$0")/../../scripts/install-deps.sh" "${extra[@]}"
 
 # package.json pins the version: fetch it only when another one (or none)
 # is installed.
