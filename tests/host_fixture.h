@@ -6,6 +6,8 @@
 #ifndef STATTREE_TESTS_HOST_FIXTURE_H_
 #define STATTREE_TESTS_HOST_FIXTURE_H_
 
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -156,6 +158,26 @@ inline StatsDefn MakeDefn(const std::string& name, const std::string& fieldName,
   StatsDefn definition;
   definition.Initialize(name, MakeField(fieldName, colNum), type);
   return definition;
+}
+
+// A grouping, an enumeration (grouped too), a subset and a histogram over
+// rows of 0 Year, 1 Channel, 2 Amount, 3 Region.
+inline std::map<std::string, StatsDefn> SalesDefinitions() {
+  std::map<std::string, StatsDefn> definitions;
+  StatsDefn sales = MakeDefn("Sales", "Amount", 2, StatsDefn::StdDev);
+  EXPECT_TRUE(sales.CreateGroupingSpec("ByRegion", {MakeField("Region", 3)}));
+  definitions["Sales"] = sales;
+  StatsDefn channels = MakeDefn("Channels", "Channel", 1, StatsDefn::EnumPercent);
+  EXPECT_TRUE(channels.CreateEnumSpec(std::vector<std::string>{"Web", "Store"}));
+  EXPECT_TRUE(channels.CreateGroupingSpec("ByRegion", {MakeField("Region", 3)}));
+  definitions["Channels"] = channels;
+  StatsDefn south = MakeDefn("South", "Amount", 2, StatsDefn::Average);
+  EXPECT_TRUE(south.CreateSubsetSpec("South", {{MakeField("Region", 3), "South"}}));
+  definitions["South"] = south;
+  StatsDefn bins = MakeDefn("Bins", "Amount", 2, StatsDefn::Histogram1);
+  EXPECT_TRUE(bins.CreateHistogramSpec(Variant(0), Variant(5), 2));
+  definitions["Bins"] = bins;
+  return definitions;
 }
 
 // Everything the cursor reaches, as text: the node names, and per node and

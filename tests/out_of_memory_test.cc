@@ -93,24 +93,6 @@ std::vector<Row> Rows() {
 
 std::vector<Field> Fields() { return {MakeField("Year", 0), MakeField("Region", 3)}; }
 
-Definitions MakeDefinitions() {
-  Definitions definitions;
-  StatsDefn sales = MakeDefn("Sales", "Amount", 2, StatsDefn::StdDev);
-  EXPECT_TRUE(sales.CreateGroupingSpec("ByRegion", {MakeField("Region", 3)}));
-  definitions["Sales"] = sales;
-  StatsDefn channels = MakeDefn("Channels", "Channel", 1, StatsDefn::EnumPercent);
-  EXPECT_TRUE(channels.CreateEnumSpec(std::vector<std::string>{"Web", "Store"}));
-  EXPECT_TRUE(channels.CreateGroupingSpec("ByRegion", {MakeField("Region", 3)}));
-  definitions["Channels"] = channels;
-  StatsDefn south = MakeDefn("South", "Amount", 2, StatsDefn::Average);
-  EXPECT_TRUE(south.CreateSubsetSpec("South", {{MakeField("Region", 3), "South"}}));
-  definitions["South"] = south;
-  StatsDefn bins = MakeDefn("Bins", "Amount", 2, StatsDefn::Histogram1);
-  EXPECT_TRUE(bins.CreateHistogramSpec(Variant(0), Variant(5), 2));
-  definitions["Bins"] = bins;
-  return definitions;
-}
-
 class OutOfMemory : public ::testing::Test {
  protected:
   void SetUp() override { Stats::ClearError(); }
@@ -142,7 +124,7 @@ class OutOfMemory : public ::testing::Test {
     return ReadTree(stats, definitions_);
   }
 
-  const Definitions definitions_ = MakeDefinitions();
+  const Definitions definitions_ = testing::SalesDefinitions();
   const std::vector<Field> fields_ = Fields();
 };
 

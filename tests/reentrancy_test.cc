@@ -19,7 +19,6 @@ namespace {
 
 using testing::CountingProgress;
 using testing::ErrorSnapshot;
-using testing::MakeDefn;
 using testing::MakeField;
 using testing::ReadTree;
 using testing::Row;
@@ -37,20 +36,6 @@ std::vector<Row> Rows(bool withShortRow) {
                            {2006, "Web", 3, "South"}};
   if (withShortRow) rows.insert(rows.begin() + 3, Row{2005, "Web"});
   return rows;
-}
-
-Definitions MakeDefinitions() {
-  Definitions definitions;
-  StatsDefn sales = MakeDefn("Sales", "Amount", 2, StatsDefn::Sum);
-  EXPECT_TRUE(sales.CreateGroupingSpec("ByRegion", {MakeField("Region", 3)}));
-  definitions["Sales"] = sales;
-  StatsDefn channels = MakeDefn("Channels", "Channel", 1, StatsDefn::EnumPercent);
-  EXPECT_TRUE(channels.CreateEnumSpec(std::vector<std::string>{"Web", "Store"}));
-  definitions["Channels"] = channels;
-  StatsDefn north = MakeDefn("North", "Amount", 2, StatsDefn::Average);
-  EXPECT_TRUE(north.CreateSubsetSpec("North", {{MakeField("Region", 3), "North"}}));
-  definitions["North"] = north;
-  return definitions;
 }
 
 // One call a callback may make. `location` is where a call that changes the
@@ -127,8 +112,8 @@ int StateOf(const Stats& stats) {
 void RunSequence(unsigned seed, int& refusals) {
   std::mt19937 outer(seed);
   std::mt19937 inner(seed * 7919U + 1U);
-  const Definitions definitions = MakeDefinitions();
-  const Definitions otherDefinitions = MakeDefinitions();
+  const Definitions definitions = testing::SalesDefinitions();
+  const Definitions otherDefinitions = testing::SalesDefinitions();
   const std::vector<Field> fields = {MakeField("Year", 0), MakeField("Region", 3)};
 
   std::unique_ptr<TableStats> poked;
