@@ -1,7 +1,7 @@
 #include "stattree/engine/stats.h"
 
-#include <memory>
 #include <new>
+#include <optional>
 
 #include "stattree/boundary/record_cache.h"
 #include "stattree/engine/error_reporting.h"
@@ -254,11 +254,11 @@ bool Stats::RunRecords(ProgressManager* progress, bool& cancelled) {
   try {
     const int total = GetRecordCount();
     if (progress != nullptr) progress->StartNewTask(total);
-    std::unique_ptr<RecordCache> cache;
-    if (record != nullptr) cache = std::make_unique<RecordCache>(*record, recordCaching);
-    const StatsRecord* source = cache.get();
+    std::optional<RecordCache> cache;
+    if (record != nullptr) cache.emplace(*record, recordCaching);
+    const StatsRecord* source = cache ? &*cache : nullptr;
     do {
-      if (cache != nullptr) cache->NextRecord();
+      if (cache) cache->NextRecord();
       if (!ProcessRecordRecursively(source, &root, 0)) return DumpLocation(kLocProcessRecord);
       if (progress != nullptr) {
         if (progress->IsCanceled()) {
