@@ -153,9 +153,9 @@ bool CriteriaSet::RecordMeetsCriteria(int& index, const StatsRecord& record) {
   // the same bin; with an error held it could fail midway, so it runs.
   const RecordCache* cache = RecordCache::Of(record);
   if (cache != nullptr && cache->Enabled() && !IsErrorSet()) {
-    if (cache->FindAnswer(this, index)) return true;
+    if (cache->FindAnswer(currentBin, index)) return true;
     if (!(IsFlat() && FindBinFlat(index, *cache)) && !FindBin(index, record)) return false;
-    if (!IsErrorSet()) cache->KeepAnswer(this, index);
+    if (!IsErrorSet()) cache->KeepAnswer(currentBin, index);
     return true;
   }
   return FindBin(index, record);

@@ -27,14 +27,13 @@
 #include <string>
 #include <vector>
 
+#include "stattree/boundary/record_cache.h"
 #include "stattree/boundary/stats_record.h"
 #include "stattree/boundary/variant.h"
 #include "stattree/criteria/criteria.h"
 #include "stattree/criteria/criteria_term.h"
 
 namespace stattree {
-
-class RecordCache;
 
 class CriteriaSet {
  public:
@@ -130,6 +129,8 @@ class CriteriaSet {
   std::vector<Variant> rangeEdges;
   int rangeColumn = -1;
   bool rangeUpperInclusive = false;  // bins (low, high] rather than [low, high)
+  // The bin of the engine's current record.
+  mutable RecordAnswer currentBin;
 };
 
 }  // namespace stattree
