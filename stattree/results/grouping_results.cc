@@ -198,10 +198,18 @@ bool GroupingResults::ProcessRecord(const StatsRecord& record) {
 
 bool GroupingResults::FindScannedSet(std::size_t& position, bool& found,
                                      const StatsRecord& record) const {
+  if (groupings.empty()) return false;
+  // A first set that always passes takes every record, without a read.
+  const Criteria* first = groupings.front().GetCriteria();
+  if (first != nullptr && &typeid(*first) == &typeid(AlwaysPassCriteria)) {
+    position = 0;
+    found = true;
+    return true;
+  }
   // Few sets of a one-field grouping, the engine's cache: the record's value
   // is compared with each set's as its "=" test would, without the calls.
   const RecordCache* cache = RecordCache::Of(record);
-  if (groupings.empty() || cache == nullptr || !cache->Enabled() || IsErrorSet()) return false;
+  if (cache == nullptr || !cache->Enabled() || IsErrorSet()) return false;
   const Variant* value = nullptr;
   int column = -1;
   for (std::size_t i = 0; i < groupings.size(); ++i) {
