@@ -123,7 +123,9 @@ TEST(ToolRun, TextReportFromStandardInput) {
       });
   ASSERT_EQ(r.exitCode, 0) << r.err;
   EXPECT_EQ(r.out, "");
-  EXPECT_EQ(r.err, "stattree: warning: <stdin>: skipped 2 bad rows\n");
+  EXPECT_EQ(r.err,
+            "stattree: warning: <stdin>: skipped 2 bad rows\n"
+            "stattree: warning: subset \"year=2022\" (used by Smallest) matched no record\n");
   const std::string bar = "\u2588";
   const std::string oneOfFour = Repeat(bar, 7) + "\u258C" + std::string(22, ' ') + "  1\n";
   const std::string statistics =
@@ -206,7 +208,7 @@ TEST(ToolCommands, ExitCodeAndMessages) {
       {{"run", "D"}, 2, "stattree: error: --job is required" + usage},
       {{"run", "D", "--job", "J", "--format", "xml"},
        2,
-       "stattree: error: --format: xml not in {text,json}" + usage},
+       "stattree: error: --format: xml not in {text,json,csv,html}" + usage},
       {{"run", "D", "--job", "J", "--delimiter", "ab"},
        2,
        "stattree: error: --delimiter: expected one character (or tab), other than a quote or a "
