@@ -26,7 +26,7 @@ details.node{border-left:3px solid var(--line);padding-left:.75rem;margin:.5rem 
 details.node>summary{cursor:pointer;font-weight:600;padding:.25rem 0}
 summary .records{color:var(--muted);font-weight:400}
 .stats{display:grid;grid-template-columns:repeat(auto-fill,minmax(19rem,1fr));gap:.75rem;
-margin:.5rem 0 1rem}
+align-items:start;margin:.5rem 0 1rem}
 .stat{border:1px solid var(--line);border-radius:6px;padding:.6rem .75rem;margin:0;min-width:0}
 .value{font-size:1.3rem;font-variant-numeric:tabular-nums;margin:0;overflow-wrap:anywhere}
 .scroll{overflow-x:auto}
@@ -38,9 +38,10 @@ thead th{cursor:pointer;user-select:none}
 thead th[aria-sort=ascending]::after{content:" \25B2"}
 thead th[aria-sort=descending]::after{content:" \25BC"}
 tfoot th{border-top:2px solid var(--ink)}
-figure.chart svg{width:100%;height:auto;display:block}
+figure.chart svg{width:100%;max-width:480px;height:auto;display:block}
+@media (min-width:44rem){figure.chart{grid-column:span 2}}
 figure.chart figcaption{color:var(--muted);font-size:.85rem;margin-top:.4rem}
-svg text{font:12px system-ui,sans-serif;fill:var(--ink)}
+svg text{font:13px system-ui,sans-serif;fill:var(--ink)}
 svg rect.bar{fill:var(--bar)}
 svg rect.na{fill:var(--na)}
 )";
@@ -68,11 +69,11 @@ rows.forEach(function(r){body.appendChild(r);});});});
 document.documentElement.setAttribute('data-ready','1');
 )";
 
-constexpr int kChartWidth = 640;
-constexpr int kLabelWidth = 190;
-constexpr int kValueWidth = 90;
+constexpr int kChartWidth = 480;
+constexpr int kLabelWidth = 150;
+constexpr int kValueWidth = 80;
 constexpr int kRowHeight = 22;
-constexpr std::size_t kMaxLabelChars = 28;
+constexpr std::size_t kMaxLabelChars = 22;
 
 std::string Escaped(const std::string& text) { return HtmlReportWriter::Escape(text); }
 
