@@ -38,8 +38,7 @@ class Table {
   void CollectGroupingFields(const NodeReport& node) {
     for (const StatisticReport& s : node.statistics) {
       for (const std::string& f : s.groupingFields) {
-        if (std::find(groupingFields_.begin(), groupingFields_.end(), f) ==
-            groupingFields_.end()) {
+        if (std::find(groupingFields_.begin(), groupingFields_.end(), f) == groupingFields_.end()) {
           groupingFields_.push_back(f);
         }
       }
@@ -64,8 +63,8 @@ class Table {
       }
       if (childLevel >= static_cast<int>(path_.size())) continue;
       const std::vector<std::string> saved = path_;
-      for (std::size_t l = static_cast<std::size_t>(level + 1); l < path_.size(); ++l) {
-        path_[l].clear();
+      for (int l = level + 1; l < static_cast<int>(path_.size()); ++l) {
+        path_[static_cast<std::size_t>(l)].clear();
       }
       path_[static_cast<std::size_t>(childLevel)] = child.value;
       Node(child, childLevel);
@@ -75,8 +74,8 @@ class Table {
 
   void Combination(const StatisticReport& s, const CombinationReport& c, bool total) {
     std::vector<std::string> cells = path_;
-    cells.insert(cells.end(), {s.name, s.type, s.field, s.subsetName, s.groupingName,
-                               total ? "true" : "false"});
+    cells.insert(cells.end(),
+                 {s.name, s.type, s.field, s.subsetName, s.groupingName, total ? "true" : "false"});
     for (const std::string& field : groupingFields_) {
       std::string value;
       for (std::size_t i = 0; i < s.groupingFields.size() && i < c.values.size(); ++i) {
@@ -127,9 +126,7 @@ std::string CsvReportWriter::Quote(const std::string& cell) {
   return quoted + "\"";
 }
 
-void CsvReportWriter::Write(std::ostream& out, const Report& report) {
-  Table(out, report).Write();
-}
+void CsvReportWriter::Write(std::ostream& out, const Report& report) { Table(out, report).Write(); }
 
 }  // namespace cli
 }  // namespace stattree

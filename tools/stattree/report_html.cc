@@ -60,7 +60,8 @@ var table=th.closest('table'),body=table.tBodies[0],i=th.cellIndex;
 var dir=th.getAttribute('aria-sort')==='ascending'?-1:1;
 Array.prototype.forEach.call(th.parentNode.cells,function(c){c.removeAttribute('aria-sort');});
 th.setAttribute('aria-sort',dir>0?'ascending':'descending');
-function key(r){var c=r.cells[i];return c.hasAttribute('data-sort')?c.getAttribute('data-sort'):c.textContent;}
+function key(r){var c=r.cells[i];
+return c.hasAttribute('data-sort')?c.getAttribute('data-sort'):c.textContent;}
 var rows=Array.prototype.slice.call(body.rows);
 rows.sort(function(a,b){var x=key(a),y=key(b);if(x===''||y==='')return x===y?0:x===''?1:-1;
 var p=Number(x),q=Number(y);if(!isNaN(p)&&!isNaN(q))return dir*(p-q);
@@ -96,7 +97,8 @@ std::string Shorten(const std::string& text, std::size_t limit) {
 
 std::string JoinValues(const std::vector<std::string>& values) {
   std::string text;
-  for (const std::string& v : values) text += (text.empty() ? "" : ", ") + (v.empty() ? "(empty)" : v);
+  for (const std::string& v : values)
+    text += (text.empty() ? "" : ", ") + (v.empty() ? "(empty)" : v);
   return text;
 }
 

@@ -84,8 +84,8 @@ std::string Indent(int level) { return std::string(static_cast<std::size_t>(leve
 
 void WriteScalar(std::ostream& out, const StatisticReport& s, int indent) {
   if (s.groupingName.empty()) {
-    out << Indent(indent) << DescribeStatistic(s) << ": " << TextReportWriter::FormatValue(s.total.result)
-        << "\n";
+    out << Indent(indent) << DescribeStatistic(s) << ": "
+        << TextReportWriter::FormatValue(s.total.result) << "\n";
     return;
   }
   out << Indent(indent) << DescribeStatistic(s) << ":\n";

@@ -27,8 +27,12 @@ TEST(TextReportWriter, BarsScaleToTheMaximumAndShowTinyAmounts) {
 
 TEST(CsvReportWriter, QuotesOnlyWhatRfc4180Asks) {
   const std::pair<std::string, std::string> cases[] = {
-      {"plain text", "plain text"}, {" spaced ", " spaced "},     {"", ""},
-      {"a,b", "\"a,b\""},           {"say \"hi\"", "\"say \"\"hi\"\"\""}, {"a\nb", "\"a\nb\""},
+      {"plain text", "plain text"},
+      {" spaced ", " spaced "},
+      {"", ""},
+      {"a,b", "\"a,b\""},
+      {"say \"hi\"", "\"say \"\"hi\"\"\""},
+      {"a\nb", "\"a\nb\""},
       {"a\rb", "\"a\rb\""},
   };
   for (const auto& [cell, quoted] : cases) EXPECT_EQ(CsvReportWriter::Quote(cell), quoted);

@@ -9,8 +9,8 @@ namespace cli {
 namespace {
 
 bool IsNumeric(const std::string& type) {
-  return type == "Sum" || type == "Average" || type == "StdDev" || type == "Min" ||
-         type == "Max" || type == "Histogram1";
+  return type == "Sum" || type == "Average" || type == "StdDev" || type == "Min" || type == "Max" ||
+         type == "Histogram1";
 }
 
 // A cell may be up to 1 MiB; a message shows its start.
@@ -113,8 +113,8 @@ std::vector<ReportWarning> WarningCollector::Warnings(const NodeReport& root,
                             Describe(spec) + ": " + TextReportWriter::FormatCount(audit.textCells) +
                                 " of " + TextReportWriter::FormatCount(records) +
                                 (records == 1 ? " cell is" : " cells are") +
-                                " not numbers, e.g. line " + std::to_string(audit.textLine) +
-                                ": " + Quoted(audit.textExample)});
+                                " not numbers, e.g. line " + std::to_string(audit.textLine) + ": " +
+                                Quoted(audit.textExample)});
       }
     }
     if (spec.hasValues) {
@@ -135,7 +135,8 @@ std::vector<ReportWarning> WarningCollector::Warnings(const NodeReport& root,
     for (const SubsetCondition& c : spec.where) {
       std::string text;
       if (otherForm(c.column, c.value, text)) {
-        warnings.push_back({"value_in_other_form", "", c.column.name, subset + ": " + text});
+        warnings.push_back({"value_in_other_form", "", c.column.name,
+                            std::string(subset).append(": ").append(text)});
       }
     }
     for (const StatisticReport& s : root.statistics) {
@@ -143,15 +144,18 @@ std::vector<ReportWarning> WarningCollector::Warnings(const NodeReport& root,
       std::string users;
       for (const StatisticSpec& other : job_.statistics) {
         if (other.hasSubset && other.subsetName == spec.subsetName) {
-          users += (users.empty() ? "" : ", ") + other.name;
+          users += users.empty() ? "" : ", ";
+          users += other.name;
         }
       }
       std::string columns;
       for (const SubsetCondition& cond : spec.where) {
-        columns += (columns.empty() ? "" : ", ") + cond.column.name;
+        columns += columns.empty() ? "" : ", ";
+        columns += cond.column.name;
       }
-      warnings.push_back({"subset_matched_nothing", "", columns,
-                          subset + " (used by " + users + ") matched no record"});
+      std::string message = subset;
+      message.append(" (used by ").append(users).append(") matched no record");
+      warnings.push_back({"subset_matched_nothing", "", columns, message});
     }
   }
   return warnings;

@@ -36,8 +36,7 @@ class WarningCollector {
   const std::vector<bool>& Audited() const { return audited_; }
 
   // One converted cell of an audited column; `line` is where its row starts.
-  void Observe(std::size_t column, const Variant& value, const std::string& cell,
-               long long line) {
+  void Observe(std::size_t column, const Variant& value, const std::string& cell, long long line) {
     ColumnAudit& audit = columns_[column];
     if (audit.countText && value.IsText() && audit.textCells++ == 0) {
       audit.textExample = cell;

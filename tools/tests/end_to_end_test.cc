@@ -306,11 +306,11 @@ TEST(ToolCommands, ExitCodeAndMessages) {
 // Null is "nothing to compute"; invalid has its own form.
 TEST(ToolRun, JsonTellsInvalidFromNoValue) {
   ScratchDir dir;
-  const ToolResult r = RunTool(
-      {"run", dir.Write("d.csv", "amount,year\n5,2023\nn/a,2023\n"), "--job",
-       dir.Write("j.json", R"({"statistics": {"sum": {"type": "Sum", "field": "amount"},
+  const ToolResult r =
+      RunTool({"run", dir.Write("d.csv", "amount,year\n5,2023\nn/a,2023\n"), "--job",
+               dir.Write("j.json", R"({"statistics": {"sum": {"type": "Sum", "field": "amount"},
            "none": {"type": "Average", "field": "amount", "subset": {"where": {"year": 1999}}}}})"),
-       "--format", "json", "--quiet"});
+               "--format", "json", "--quiet"});
   ASSERT_EQ(r.exitCode, 0) << r.err;
   EXPECT_EQ(r.err, "");
   const json report = Parse(r);
@@ -321,7 +321,8 @@ TEST(ToolRun, JsonTellsInvalidFromNoValue) {
       {"kind": "text_in_numeric_column", "statistic": "sum", "column": "amount",
        "message": "sum \u2014 Sum of amount: 1 of 2 cells are not numbers, e.g. line 3: \"n/a\""},
       {"kind": "text_in_numeric_column", "statistic": "none", "column": "amount",
-       "message": "none \u2014 Average of amount: 1 of 2 cells are not numbers, e.g. line 3: \"n/a\""},
+       "message":
+         "none \u2014 Average of amount: 1 of 2 cells are not numbers, e.g. line 3: \"n/a\""},
       {"kind": "subset_matched_nothing", "statistic": null, "column": "year",
        "message": "subset \"year=1999\" (used by none) matched no record"}])"));
 }
@@ -419,8 +420,7 @@ TEST(ToolRun, CsvReportIsOneTidyTable) {
       {"run",
        dir.Write("d.csv",
                  "region,bin,channel,amount\nNorth,a,Web,10\n,b,\"Sh,op\",2.5\nNorth,a,Web,x\n"),
-       "--job",
-       dir.Write("j.json", R"({"tree": ["region", "bin"], "statistics": {
+       "--job", dir.Write("j.json", R"({"tree": ["region", "bin"], "statistics": {
            "sum": {"type": "Sum", "field": "amount", "grouping": {"fields": ["channel"]}},
            "ch": {"type": "EnumCount", "field": "channel", "values": ["Web"]}}})"),
        "--format", "csv", "--quiet"});
