@@ -325,6 +325,15 @@ TEST(ToolRun, JsonTellsInvalidFromNoValue) {
          "none \u2014 Average of amount: 1 of 2 cells are not numbers, e.g. line 3: \"n/a\""},
       {"kind": "subset_matched_nothing", "statistic": null, "column": "year",
        "message": "subset \"year=1999\" (used by none) matched no record"}])"));
+  // The page lists them first, escaped.
+  const ToolResult page = RunTool(
+      {"run", dir.Path("d.csv"), "--job", dir.Path("j.json"), "--format", "html", "--quiet"});
+  ASSERT_EQ(page.exitCode, 0) << page.err;
+  EXPECT_NE(page.out.find("<section class=\"warnings\"><h2>Warnings</h2>\n<ul>\n"
+                          "<li>sum \u2014 Sum of amount: 1 of 2 cells are not numbers, e.g. line "
+                          "3: &quot;n/a&quot;</li>\n"),
+            std::string::npos)
+      << page.out;
 }
 
 struct WarningCase {
