@@ -109,12 +109,13 @@ std::vector<ReportWarning> WarningCollector::Warnings(const NodeReport& root,
         static_cast<std::size_t>(field.column) < columns_.size()) {
       const ColumnAudit& audit = columns_[static_cast<std::size_t>(field.column)];
       if (audit.textCells > 0) {
-        warnings.push_back({"text_in_numeric_column", spec.name, field.name,
-                            Describe(spec) + ": " + TextReportWriter::FormatCount(audit.textCells) +
-                                " of " + TextReportWriter::FormatCount(records) +
-                                (records == 1 ? " cell is" : " cells are") +
-                                " not numbers, e.g. line " + std::to_string(audit.textLine) + ": " +
-                                Quoted(audit.textExample)});
+        warnings.push_back(
+            {"text_in_numeric_column", spec.name, field.name,
+             Describe(spec) + ": " + TextReportWriter::FormatCount(audit.textCells) + " of " +
+                 TextReportWriter::FormatCount(records) +
+                 (records == 1 ? " cell is not a number" : " cells are not numbers") +
+                 ", e.g. line " + std::to_string(audit.textLine) + ": " +
+                 Quoted(audit.textExample)});
       }
     }
     if (spec.hasValues) {
