@@ -17,6 +17,7 @@
 #include "tools/stattree/csv_stats.h"
 #include "tools/stattree/definition_builder.h"
 #include "tools/stattree/job_loader.h"
+#include "tools/stattree/job_text.h"
 #include "tools/stattree/library_error.h"
 #include "tools/stattree/printable_text.h"
 #include "tools/stattree/progress_bar.h"
@@ -132,7 +133,7 @@ int Runner::Run() {
     const auto it = std::find(header.begin(), header.end(), name);
     if (it == header.end()) {
       return Fail(dataName, "--text: unknown column \"" + name + "\"; the header has " +
-                                JobLoader::QuotedList(header));
+                                JobText::QuotedList(header));
     }
     forceText[static_cast<std::size_t>(it - header.begin())] = true;
   }

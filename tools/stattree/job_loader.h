@@ -50,11 +50,6 @@ class JobLoader {
   // ambiguous (repeated in the header) column names.
   static bool Resolve(Job& job, std::vector<std::string>& errors,
                       const std::vector<std::string>& header);
-
-  // "a, b, c" with each name quoted.
-  static std::string QuotedList(const std::vector<std::string>& names);
-  // RFC 6901 escaping of one reference token.
-  static std::string PointerToken(const std::string& token);
 };
 
 }  // namespace cli
