@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "stattree/stattree.h"
+#include "tools/stattree/join.h"
 
 namespace stattree {
 namespace cli {
@@ -21,10 +22,9 @@ std::string LibraryError::TakeText() {
   if (!detail.empty()) text += ", detail \"" + detail + "\"";
   const std::vector<int> locations = Stats::GetErrorLocations();
   if (!locations.empty()) {
-    text += ", locations";
-    for (std::size_t i = 0; i < locations.size(); ++i) {
-      text += (i == 0 ? " " : ", ") + std::to_string(locations[i]);
-    }
+    std::vector<std::string> numbers;
+    for (int location : locations) numbers.push_back(std::to_string(location));
+    text += ", locations " + Join(numbers, ", ");
   }
   Stats::ClearError();
   return text;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "tools/stattree/join.h"
+
 namespace stattree {
 namespace cli {
 namespace {
@@ -102,10 +104,10 @@ class Table {
   }
 
   void Row(const std::vector<std::string>& cells) {
-    for (std::size_t i = 0; i < cells.size(); ++i) {
-      out_ << (i == 0 ? "" : ",") << CsvReportWriter::Quote(cells[i]);
-    }
-    out_ << "\r\n";
+    std::vector<std::string> quoted;
+    quoted.reserve(cells.size());
+    for (const std::string& cell : cells) quoted.push_back(CsvReportWriter::Quote(cell));
+    out_ << Join(quoted, ",") << "\r\n";
   }
 
   std::ostream& out_;

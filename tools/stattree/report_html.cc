@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <vector>
 
+#include "tools/stattree/join.h"
 #include "tools/stattree/report_text.h"
 
 namespace stattree {
@@ -95,13 +96,6 @@ std::string Shorten(const std::string& text, std::size_t limit) {
   return text;
 }
 
-std::string JoinValues(const std::vector<std::string>& values) {
-  std::string text;
-  for (const std::string& v : values)
-    text += (text.empty() ? "" : ", ") + (v.empty() ? "(empty)" : v);
-  return text;
-}
-
 class Page {
  public:
   explicit Page(std::ostream& out) : out_(out) {}
@@ -119,10 +113,9 @@ class Page {
     }
     out_ << " &middot; job: " << Escaped(report.jobName);
     if (!report.treeFields.empty()) {
-      out_ << " &middot; tree: ";
-      for (std::size_t i = 0; i < report.treeFields.size(); ++i) {
-        out_ << (i == 0 ? "" : " &gt; ") << Escaped(report.treeFields[i]);
-      }
+      std::vector<std::string> fields;
+      for (const std::string& field : report.treeFields) fields.push_back(Escaped(field));
+      out_ << " &middot; tree: " << Join(fields, " &gt; ");
     }
     out_ << "</p>\n";
     if (!report.warnings.empty()) {
@@ -196,8 +189,8 @@ class Page {
       Bars(s, s.total);
     } else {
       for (const CombinationReport& c : s.combinations) {
-        out_ << "<figcaption>" << Escaped(JoinValues(c.values)) << " (" << Records(c.records)
-             << ")</figcaption>\n";
+        out_ << "<figcaption>" << Escaped(TextReportWriter::FormatCombination(c.values)) << " ("
+             << Records(c.records) << ")</figcaption>\n";
         Bars(s, c);
       }
       out_ << "<figcaption>total (" << Records(s.total.records) << ")</figcaption>\n";

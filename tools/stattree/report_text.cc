@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <vector>
 
+#include "tools/stattree/join.h"
+
 namespace stattree {
 namespace cli {
 namespace {
@@ -49,29 +51,18 @@ std::string GroupThousands(const std::string& number) {
   return out + number.substr(end);
 }
 
-std::string JoinValues(const std::vector<std::string>& values) {
-  std::string text;
-  for (const std::string& v : values)
-    text += (text.empty() ? "" : ", ") + (v.empty() ? "(empty)" : v);
-  return text;
-}
-
 std::string DescribeStatistic(const StatisticReport& s) {
   std::string text = s.name + " \u2014 " + s.type;
   if (!s.field.empty() && s.type != "Count") text += " of " + s.field;
   if (!s.groupingFields.empty()) {
-    text += " by ";
-    for (std::size_t i = 0; i < s.groupingFields.size(); ++i) {
-      text += (i == 0 ? "" : ", ") + s.groupingFields[i];
-    }
+    text += " by " + Join(s.groupingFields, ", ");
   }
   if (!s.subset.empty()) {
-    text += " where ";
-    for (std::size_t i = 0; i < s.subset.size(); ++i) {
-      const Variant& value = s.subset[i].second;
-      text += (i == 0 ? "" : " and ") + s.subset[i].first + " = " +
-              (value.IsEmpty() ? "(empty)" : value.ToString());
+    std::vector<std::string> conditions;
+    for (const auto& [column, value] : s.subset) {
+      conditions.push_back(column + " = " + (value.IsEmpty() ? "(empty)" : value.ToString()));
     }
+    text += " where " + Join(conditions, " and ");
   }
   return text;
 }
@@ -96,13 +87,15 @@ void WriteScalar(std::ostream& out, const StatisticReport& s, int indent) {
   std::size_t valueWidth = 0;
   std::size_t countWidth = 0;
   for (const CombinationReport* row : rows) {
-    const std::string label = row == &s.total ? "total" : JoinValues(row->values);
+    const std::string label =
+        row == &s.total ? "total" : TextReportWriter::FormatCombination(row->values);
     labelWidth = std::max(labelWidth, Width(label));
     valueWidth = std::max(valueWidth, Width(TextReportWriter::FormatValue(row->result)));
     countWidth = std::max(countWidth, Width(TextReportWriter::FormatCount(row->records)));
   }
   for (const CombinationReport* row : rows) {
-    const std::string label = row == &s.total ? "total" : JoinValues(row->values);
+    const std::string label =
+        row == &s.total ? "total" : TextReportWriter::FormatCombination(row->values);
     out << Indent(indent + kIndentStep) << PadRight(label, labelWidth) << "  "
         << PadLeft(TextReportWriter::FormatValue(row->result), valueWidth) << "  "
         << PadLeft(TextReportWriter::FormatCount(row->records), countWidth)
@@ -147,8 +140,8 @@ void WriteDistribution(std::ostream& out, const StatisticReport& s, int indent) 
     return;
   }
   for (const CombinationReport& c : s.combinations) {
-    out << Indent(indent + kIndentStep) << JoinValues(c.values) << " (" << Records(c.records)
-        << ")\n";
+    out << Indent(indent + kIndentStep) << TextReportWriter::FormatCombination(c.values) << " ("
+        << Records(c.records) << ")\n";
     WriteBars(out, s, c, indent + 2 * kIndentStep);
   }
   out << Indent(indent + kIndentStep) << "total (" << Records(s.total.records) << ")\n";
@@ -209,6 +202,12 @@ std::string TextReportWriter::FormatBin(const Variant& value, bool percent) {
   return buffer;
 }
 
+std::string TextReportWriter::FormatCombination(const std::vector<std::string>& values) {
+  std::vector<std::string> texts;
+  for (const std::string& v : values) texts.push_back(v.empty() ? "(empty)" : v);
+  return Join(texts, ", ");
+}
+
 std::string TextReportWriter::Describe(const StatisticReport& statistic) {
   return DescribeStatistic(statistic);
 }
@@ -233,11 +232,7 @@ void TextReportWriter::Write(std::ostream& out, const Report& report) {
   }
   out << "\n  job:  " << report.jobName << "\n";
   if (!report.treeFields.empty()) {
-    out << "  tree: ";
-    for (std::size_t i = 0; i < report.treeFields.size(); ++i) {
-      out << (i == 0 ? "" : " > ") << report.treeFields[i];
-    }
-    out << "\n";
+    out << "  tree: " << Join(report.treeFields, " > ") << "\n";
   }
   out << "\n";
   WriteNode(out, report.root, 0, true);

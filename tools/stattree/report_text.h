@@ -12,6 +12,7 @@
 
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include "tools/stattree/report.h"
 
@@ -27,6 +28,8 @@ class TextReportWriter {
   static std::string FormatCount(long long count);
   // A bin's count, or its percentage ("49.0%") for EnumPercent.
   static std::string FormatBin(const Variant& value, bool percent);
+  // A grouping combination's values, "(empty)" for an empty one: "North, 2024".
+  static std::string FormatCombination(const std::vector<std::string>& values);
   // "Revenue — Sum of amount by channel where year = 2024".
   static std::string Describe(const StatisticReport& statistic);
   // `width` cells of full blocks and one eighth-step partial block for

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "tools/stattree/join.h"
 #include "tools/stattree/report_text.h"
 
 namespace stattree {
@@ -142,21 +143,15 @@ std::vector<ReportWarning> WarningCollector::Warnings(const NodeReport& root,
     }
     for (const StatisticReport& s : root.statistics) {
       if (s.name != spec.name || s.total.records != 0) continue;
-      std::string users;
+      std::vector<std::string> users;
       for (const StatisticSpec& other : job_.statistics) {
-        if (other.hasSubset && other.subsetName == spec.subsetName) {
-          users += users.empty() ? "" : ", ";
-          users += other.name;
-        }
+        if (other.hasSubset && other.subsetName == spec.subsetName) users.push_back(other.name);
       }
-      std::string columns;
-      for (const SubsetCondition& cond : spec.where) {
-        columns += columns.empty() ? "" : ", ";
-        columns += cond.column.name;
-      }
+      std::vector<std::string> columns;
+      for (const SubsetCondition& cond : spec.where) columns.push_back(cond.column.name);
       std::string message = subset;
-      message.append(" (used by ").append(users).append(") matched no record");
-      warnings.push_back({"subset_matched_nothing", "", columns, message});
+      message.append(" (used by ").append(Join(users, ", ", true)).append(") matched no record");
+      warnings.push_back({"subset_matched_nothing", "", Join(columns, ", ", true), message});
     }
   }
   return warnings;
