@@ -7,6 +7,7 @@
 #include <fstream>
 #include <limits>
 #include <map>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -74,15 +75,29 @@ struct Options {
   long long maxNodes = App::kDefaultMaxNodes;
 };
 
+// One run or check, as a sequence of steps; each returns App::kExitOk to go
+// on, or the exit code to stop with.
 class Runner {
  public:
   Runner(const Options& options, std::ostream& out, std::ostream& err,
          const volatile std::sig_atomic_t* cancel)
-      : options_(options), out_(out), err_(err), cancel_(cancel) {}
+      : options_(options),
+        out_(out),
+        err_(err),
+        cancel_(cancel),
+        dataName_(options.dataPath == "-" ? "<stdin>" : options.dataPath),
+        source_(cancel),
+        reader_(source_, ReaderOptions(options)) {}
 
   int Run();
 
  private:
+  static CsvReader::Options ReaderOptions(const Options& options) {
+    CsvReader::Options readerOptions;
+    readerOptions.delimiter = options.delimiter[0];
+    readerOptions.skipBadRows = options.skipBadRows;
+    return readerOptions;
+  }
   int Fail(const std::string& file, const std::string& message) {
     err_ << "stattree: error: " << (file.empty() ? "" : file + ": ")
          << PrintableText::Escape(message) << "\n";
@@ -93,138 +108,173 @@ class Runner {
     return App::kExitBadInput;
   }
   bool Cancelled() const { return cancel_ != nullptr && *cancel_ != 0; }
+
+  int Load();
+  int Open();
+  int Resolve();
+  int Process();
+  int Collect(Report& report);
+  int Fits();
   int WriteReport(const Report& report);
 
   const Options& options_;
   std::ostream& out_;
   std::ostream& err_;
   const volatile std::sig_atomic_t* cancel_;
+  const std::string dataName_;
+  Job job_;
+  FileSource source_;
+  CsvReader reader_;
+  std::vector<std::string> header_;
+  std::vector<bool> forceText_;
+  std::vector<bool> used_;
+  // Declared before the engine, which borrows them.
+  std::map<std::string, StatsDefn> definitions_;
+  std::vector<Field> treeFields_;
+  std::string recordCountName_;
+  std::unique_ptr<CsvRecord> record_;
+  std::unique_ptr<WarningCollector> warnings_;
+  std::unique_ptr<CsvStats> stats_;
 };
 
 int Runner::Run() {
-  const std::string& dataName = options_.dataPath == "-" ? "<stdin>" : options_.dataPath;
-  Job job;
+  int code = Load();
+  if (code == App::kExitOk) code = Open();
+  if (code == App::kExitOk) code = Resolve();
+  if (code != App::kExitOk) return code;
+  if (options_.checkOnly && options_.sample == 0) return Fits();
+  Report report;
+  code = Process();
+  if (code == App::kExitOk) code = Collect(report);
+  if (code != App::kExitOk) return code;
+  if (options_.checkOnly) return Fits();
+  return WriteReport(report);
+}
+
+int Runner::Load() {
   std::vector<std::string> errors;
-  const bool loaded = JobLoader::Load(job, errors, options_.jobPath);
-  for (const std::string& w : job.warnings) {
+  const bool loaded = JobLoader::Load(job_, errors, options_.jobPath);
+  for (const std::string& w : job_.warnings) {
     err_ << "stattree: warning: " << options_.jobPath << ": " << PrintableText::Escape(w) << "\n";
   }
-  if (!loaded) return FailAll(options_.jobPath, errors);
+  return loaded ? App::kExitOk : FailAll(options_.jobPath, errors);
+}
 
-  FileSource source(cancel_);
-  if (!source.Open(options_.dataPath)) return Fail(dataName, "cannot open: " + source.GetError());
-  CsvReader::Options csvOptions;
-  csvOptions.delimiter = options_.delimiter[0];
-  csvOptions.skipBadRows = options_.skipBadRows;
-  CsvReader reader(source, csvOptions);
-  std::vector<std::string> header;
-  switch (reader.ReadRow(header)) {
+int Runner::Open() {
+  if (!source_.Open(options_.dataPath)) {
+    return Fail(dataName_, "cannot open: " + source_.GetError());
+  }
+  switch (reader_.ReadRow(header_)) {
     case CsvReader::Status::Row:
       break;
     case CsvReader::Status::End:
-      return Fail(dataName, "the input is empty; expected a header row naming the columns");
+      return Fail(dataName_, "the input is empty; expected a header row naming the columns");
     case CsvReader::Status::Error:
-      return Fail(dataName, reader.GetError());
+      return Fail(dataName_, reader_.GetError());
   }
-  if (!JobLoader::Resolve(job, errors, header)) return FailAll(options_.jobPath, errors);
+  return App::kExitOk;
+}
 
-  std::vector<bool> forceText(header.size(), false);
+int Runner::Resolve() {
+  std::vector<std::string> errors;
+  if (!JobLoader::Resolve(job_, errors, header_)) return FailAll(options_.jobPath, errors);
+  forceText_.assign(header_.size(), false);
   for (const std::string& name : options_.textColumns) {
-    const auto it = std::find(header.begin(), header.end(), name);
-    if (it == header.end()) {
-      return Fail(dataName, "--text: unknown column \"" + name + "\"; the header has " +
-                                JobText::QuotedList(header));
+    const auto it = std::find(header_.begin(), header_.end(), name);
+    if (it == header_.end()) {
+      return Fail(dataName_, "--text: unknown column \"" + name + "\"; the header has " +
+                                 JobText::QuotedList(header_));
     }
-    forceText[static_cast<std::size_t>(it - header.begin())] = true;
+    forceText_[static_cast<std::size_t>(it - header_.begin())] = true;
   }
-  const auto fits = [&] {
-    out_ << options_.jobPath << ": fits " << dataName << " (" << header.size() << " columns, "
-         << job.statistics.size() << " statistics, " << job.tree.size()
-         << (job.tree.size() == 1 ? " tree level)\n" : " tree levels)\n");
-    return App::kExitOk;
-  };
-  if (options_.checkOnly && options_.sample == 0) return fits();
-
-  std::vector<bool> used(header.size(), false);
-  auto use = [&](const ColumnRef& ref) {
-    if (ref.column >= 0 && static_cast<std::size_t>(ref.column) < used.size()) {
-      used[static_cast<std::size_t>(ref.column)] = true;
+  used_.assign(header_.size(), false);
+  auto use = [this](const ColumnRef& ref) {
+    if (ref.column >= 0 && static_cast<std::size_t>(ref.column) < used_.size()) {
+      used_[static_cast<std::size_t>(ref.column)] = true;
     }
   };
-  for (const ColumnRef& ref : job.tree) use(ref);
-  for (const StatisticSpec& spec : job.statistics) {
+  for (const ColumnRef& ref : job_.tree) use(ref);
+  for (const StatisticSpec& spec : job_.statistics) {
     use(spec.field);
     for (const ColumnRef& ref : spec.groupingFields) use(ref);
     for (const SubsetCondition& c : spec.where) use(c.column);
   }
+  return App::kExitOk;
+}
 
-  // Declared before the engine, which borrows them.
-  std::map<std::string, StatsDefn> definitions;
-  std::vector<Field> treeFields;
-  std::string recordCountName;
-  if (!DefinitionBuilder::Build(definitions, treeFields, recordCountName, errors, job)) {
+int Runner::Process() {
+  std::vector<std::string> errors;
+  if (!DefinitionBuilder::Build(definitions_, treeFields_, recordCountName_, errors, job_)) {
     return FailAll(options_.jobPath, errors);
   }
-  CsvRecord record(header.size());
-  CsvStats stats(reader, record, used, forceText);
-  WarningCollector warnings(job, header.size());
-  stats.SetWarningCollector(&warnings);
-  if (options_.checkOnly) stats.SetRecordLimit(options_.sample);
+  record_ = std::make_unique<CsvRecord>(header_.size());
+  stats_ = std::make_unique<CsvStats>(reader_, *record_, used_, forceText_);
+  warnings_ = std::make_unique<WarningCollector>(job_, header_.size());
+  stats_->SetWarningCollector(warnings_.get());
+  if (options_.checkOnly) stats_->SetRecordLimit(options_.sample);
   std::vector<int> treeColumns;
-  for (const ColumnRef& ref : job.tree) treeColumns.push_back(ref.column);
-  stats.SetNodeLimit(options_.maxNodes, treeColumns);
+  for (const ColumnRef& ref : job_.tree) treeColumns.push_back(ref.column);
+  stats_->SetNodeLimit(options_.maxNodes, treeColumns);
   Stats::ClearError();
-  if (!stats.Configure(&definitions, treeFields)) {
+  if (!stats_->Configure(&definitions_, treeFields_)) {
     return Fail(options_.jobPath, "the library refused the job: " + LibraryError::TakeText());
   }
 
   ProgressBar progress(stderr, !options_.quiet && isatty(STDERR_FILENO) != 0, cancel_);
-  progress.SetInputSize([&reader] { return reader.GetBytesRead(); }, source.GetSize());
-  const bool processed = stats.ProcessRecords(&progress);
+  progress.SetInputSize([this] { return reader_.GetBytesRead(); }, source_.GetSize());
+  const bool processed = stats_->ProcessRecords(&progress);
   progress.Clear();
   if (Cancelled()) {
-    err_ << "stattree: cancelled after " << stats.GetRecords() << " records; no report written\n";
+    err_ << "stattree: cancelled after " << stats_->GetRecords() << " records; no report written\n";
     return App::kExitCancelled;
   }
   if (!processed) {
-    if (stats.NodeLimitReached()) {
+    if (stats_->NodeLimitReached()) {
       Stats::ClearError();
-      return Fail(dataName, "record " + std::to_string(stats.GetRecords() + 1) +
-                                " would grow the results tree past " +
-                                std::to_string(options_.maxNodes) +
-                                " nodes (--max-nodes; one node per distinct value of a tree "
-                                "field under each parent); raise --max-nodes, or set it to 0 "
-                                "for no limit; no report written");
+      return Fail(dataName_, "record " + std::to_string(stats_->GetRecords() + 1) +
+                                 " would grow the results tree past " +
+                                 std::to_string(options_.maxNodes) +
+                                 " nodes (--max-nodes; one node per distinct value of a tree "
+                                 "field under each parent); raise --max-nodes, or set it to 0 "
+                                 "for no limit; no report written");
     }
-    if (stats.HasDataError()) {
+    if (stats_->HasDataError()) {
       Stats::ClearError();
-      return Fail(dataName, stats.GetDataError());
+      return Fail(dataName_, stats_->GetDataError());
     }
-    return Fail(dataName, "processing failed: " + LibraryError::TakeText());
+    return Fail(dataName_, "processing failed: " + LibraryError::TakeText());
   }
-  if (reader.GetSkippedRows() > 0) {
-    err_ << "stattree: warning: " << dataName << ": skipped " << reader.GetSkippedRows()
-         << (reader.GetSkippedRows() == 1 ? " bad row\n" : " bad rows\n");
+  if (reader_.GetSkippedRows() > 0) {
+    err_ << "stattree: warning: " << dataName_ << ": skipped " << reader_.GetSkippedRows()
+         << (reader_.GetSkippedRows() == 1 ? " bad row\n" : " bad rows\n");
   }
+  return App::kExitOk;
+}
 
-  Report report;
-  report.dataName = dataName;
+int Runner::Collect(Report& report) {
+  report.dataName = dataName_;
   report.jobName = options_.jobPath;
-  report.records = stats.GetRecords();
-  report.skippedRows = reader.GetSkippedRows();
-  for (const ColumnRef& ref : job.tree) report.treeFields.push_back(ref.name);
+  report.records = stats_->GetRecords();
+  report.skippedRows = reader_.GetSkippedRows();
+  for (const ColumnRef& ref : job_.tree) report.treeFields.push_back(ref.name);
   std::string error;
-  if (!ReportCollector::Collect(report.root, error, stats, job, recordCountName)) {
-    return Fail(dataName, error);
+  if (!ReportCollector::Collect(report.root, error, *stats_, job_, recordCountName_)) {
+    return Fail(dataName_, error);
   }
-  report.warnings = warnings.Warnings(report.root, report.records);
+  report.warnings = warnings_->Warnings(report.root, report.records);
   if (!options_.quiet || options_.checkOnly) {
     for (const ReportWarning& w : report.warnings) {
       err_ << "stattree: warning: " << PrintableText::Escape(w.message) << "\n";
     }
   }
-  if (options_.checkOnly) return fits();
-  return WriteReport(report);
+  return App::kExitOk;
+}
+
+int Runner::Fits() {
+  out_ << options_.jobPath << ": fits " << dataName_ << " (" << header_.size() << " columns, "
+       << job_.statistics.size() << " statistics, " << job_.tree.size()
+       << (job_.tree.size() == 1 ? " tree level)\n" : " tree levels)\n");
+  return App::kExitOk;
 }
 
 int Runner::WriteReport(const Report& report) {
