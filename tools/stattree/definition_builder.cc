@@ -14,13 +14,8 @@ Field ToField(const ColumnRef& ref) {
 }
 
 bool BuildOne(StatsDefn& definition, std::vector<std::string>& errors, const StatisticSpec& spec) {
-  const StatsDefn::StatsType type = StatsDefn::GetTypeFromString(spec.type);
-  if (type == StatsDefn::InvalidType) {
-    errors.push_back(spec.path + "/type: the library does not know the type \"" + spec.type + "\"");
-    return false;
-  }
   Stats::ClearError();
-  definition.Initialize(spec.name, ToField(spec.field), type);
+  definition.Initialize(spec.name, ToField(spec.field), spec.type);
   auto refused = [&](const std::string& what) {
     errors.push_back(spec.path + "/" + what +
                      ": refused by the library: " + LibraryError::TakeText());

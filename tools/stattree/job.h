@@ -11,6 +11,7 @@
 
 #include "stattree/boundary/variant.h"
 #include "stattree/criteria/criteria_term.h"
+#include "stattree/definitions/stats_defn.h"
 
 namespace stattree {
 namespace cli {
@@ -41,7 +42,7 @@ struct HistogramSpec {
 
 struct StatisticSpec {
   std::string name;
-  std::string type;  // one of JobLoader::TypeNames()
+  StatsDefn::StatsType type = StatsDefn::InvalidType;
   ColumnRef field;
   std::string path;  // "/statistics/<name>"
 
@@ -58,6 +59,13 @@ struct StatisticSpec {
   std::vector<std::string> values;
   // Only set on Histogram1.
   HistogramSpec histogram;
+
+  // The type's name as the library spells it; "" for InvalidType.
+  std::string TypeName() const {
+    std::string name;
+    StatsDefn::GetTypeString(name, type);
+    return name;
+  }
 };
 
 struct Job {

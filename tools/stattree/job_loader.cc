@@ -12,19 +12,6 @@
 namespace stattree {
 namespace cli {
 
-const std::vector<std::string>& JobLoader::TypeNames() {
-  static const std::vector<std::string> names = {"Count",     "CountValid", "Min",    "Max",
-                                                 "Sum",       "Average",    "StdDev", "Histogram1",
-                                                 "EnumCount", "EnumPercent"};
-  return names;
-}
-
-bool JobLoader::UsesValues(const std::string& type) {
-  return type == "EnumCount" || type == "EnumPercent";
-}
-
-bool JobLoader::UsesHistogram(const std::string& type) { return type == "Histogram1"; }
-
 bool JobLoader::Load(Job& job, std::vector<std::string>& errors, const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   if (!in) {

@@ -37,12 +37,6 @@ namespace cli {
 
 class JobLoader {
  public:
-  // The statistic type names the engine knows, in the order of their
-  // values.
-  static const std::vector<std::string>& TypeNames();
-  static bool UsesValues(const std::string& type);
-  static bool UsesHistogram(const std::string& type);
-
   // Reads and parses a file; a read failure is one error without a pointer.
   static bool Load(Job& job, std::vector<std::string>& errors, const std::string& path);
   static bool Parse(Job& job, std::vector<std::string>& errors, const std::string& text);

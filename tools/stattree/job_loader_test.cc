@@ -22,6 +22,27 @@ TEST(JobLoader, NamesDefaultToFieldsAndValuesToText) {
   EXPECT_EQ(job.statistics[1].values, (std::vector<std::string>{"Web", "7"}));
 }
 
+// The type is the library's; the specs it does not use are warned of and
+// dropped, and a leading unnamed column adds no comma to a default name.
+TEST(JobLoader, KeepsTheLibrarysTypeAndWarnsOfUnusedSpecs) {
+  Job job;
+  std::vector<std::string> errors;
+  ASSERT_TRUE(JobLoader::Parse(job, errors, R"({"statistics": {
+      "m": {"type": "Max", "field": "x", "histogram": {"edges": [1]}, "values": ["a"],
+            "grouping": {"fields": ["", "y"]}},
+      "c": {"type": "Count"}}})"));
+  EXPECT_EQ(job.statistics[0].type, StatsDefn::Max);
+  EXPECT_EQ(job.statistics[1].type, StatsDefn::Count);
+  EXPECT_EQ(job.statistics[0].groupingName, "y");
+  EXPECT_FALSE(job.statistics[0].hasValues || job.statistics[0].histogram.present);
+  EXPECT_EQ(job.warnings,
+            (std::vector<std::string>{
+                "/statistics/m/values: Max does not count enumeration values (only EnumCount "
+                "and EnumPercent do); ignored",
+                "/statistics/m/histogram: Max does not use histogram bins (only Histogram1 "
+                "does); ignored"}));
+}
+
 // Every mistake is reported, each with its JSON pointer: repeated keys
 // first, then each statistic's in file order, then clashing names.
 TEST(JobLoader, ReportsEveryMistakeWithItsPointer) {

@@ -7,7 +7,6 @@
 #include <set>
 #include <utility>
 
-#include "tools/stattree/job_loader.h"
 #include "tools/stattree/job_text.h"
 #include "tools/stattree/join.h"
 
@@ -42,6 +41,28 @@ std::string Describe(const json& value) {
     default:
       return "an unsupported value";
   }
+}
+
+// The library's type names, in the order of their values.
+std::vector<std::string> TypeNames() {
+  std::vector<std::string> names;
+  for (int type = StatsDefn::Count; type < StatsDefn::InvalidType; ++type) {
+    names.emplace_back();
+    StatsDefn::GetTypeString(names.back(), static_cast<StatsDefn::StatsType>(type));
+  }
+  return names;
+}
+
+// "EnumCount and EnumPercent do": the types whose definitions answer
+// `predicate` with true.
+std::string TypesThat(bool (StatsDefn::*predicate)()) {
+  const std::vector<std::string> all = TypeNames();
+  std::vector<std::string> names;
+  for (std::size_t type = 0; type < all.size(); ++type) {
+    StatsDefn probe("", Field(), static_cast<StatsDefn::StatsType>(type));
+    if ((probe.*predicate)()) names.push_back(all[type]);
+  }
+  return Join(names, " and ") + (names.size() == 1 ? " does" : " do");
 }
 
 }  // namespace
@@ -182,21 +203,20 @@ void JobParser::ParseStatistic(StatisticSpec& spec, const json& value) {
     WrongType(path + "/description", "a string", value["description"]);
   }
   if (!value.contains("type")) {
-    Error(path, "missing \"type\"; expected one of " + JobText::QuotedList(JobLoader::TypeNames()));
+    Error(path, "missing \"type\"; expected one of " + JobText::QuotedList(TypeNames()));
   } else if (!value["type"].is_string()) {
     WrongType(path + "/type", "a type name (a string)", value["type"]);
   } else {
-    spec.type = value["type"].get<std::string>();
-    const auto& names = JobLoader::TypeNames();
-    if (std::find(names.begin(), names.end(), spec.type) == names.end()) {
-      Error(path + "/type", "unknown type " + JobText::Quote(spec.type) + "; expected one of " +
-                                JobText::QuotedList(names) + " (names are case-sensitive)");
-      spec.type.clear();
+    const std::string text = value["type"].get<std::string>();
+    spec.type = StatsDefn::GetTypeFromString(text);
+    if (spec.type == StatsDefn::InvalidType) {
+      Error(path + "/type", "unknown type " + JobText::Quote(text) + "; expected one of " +
+                                JobText::QuotedList(TypeNames()) + " (names are case-sensitive)");
     }
   }
   if (value.contains("field")) {
     ParseColumn(spec.field, value["field"], path + "/field");
-  } else if (spec.type != "Count") {
+  } else if (spec.type != StatsDefn::Count) {
     Error(path, "missing \"field\": the column the statistic reads");
   }
   if (value.contains("grouping")) {
@@ -208,16 +228,17 @@ void JobParser::ParseStatistic(StatisticSpec& spec, const json& value) {
                    "where", kWhereMeaning, &JobParser::ParseSubsetWhere);
   }
 
-  const bool usesValues = JobLoader::UsesValues(spec.type);
-  const bool usesHistogram = JobLoader::UsesHistogram(spec.type);
-  const std::string typeText = spec.type.empty() ? "this statistic" : spec.type;
+  StatsDefn probe(spec.name, Field(), spec.type);
+  const bool usesValues = probe.IsEnum();
+  const bool usesHistogram = probe.IsHistogram();
+  const bool typed = spec.type != StatsDefn::InvalidType;
+  const std::string typeText = typed ? spec.TypeName() : "this statistic";
   if (value.contains("values")) {
     if (usesValues) {
       ParseValues(spec, value["values"], path + "/values");
-    } else if (!spec.type.empty()) {
-      Warning(path + "/values", typeText +
-                                    " does not count enumeration values (only EnumCount and "
-                                    "EnumPercent do); ignored");
+    } else if (typed) {
+      Warning(path + "/values", typeText + " does not count enumeration values (only " +
+                                    TypesThat(&StatsDefn::IsEnum) + "); ignored");
     }
   } else if (usesValues) {
     Error(path, typeText + " needs \"values\": the list of values to count");
@@ -225,14 +246,14 @@ void JobParser::ParseStatistic(StatisticSpec& spec, const json& value) {
   if (value.contains("histogram")) {
     if (usesHistogram) {
       ParseHistogram(spec, value["histogram"], path + "/histogram");
-    } else if (!spec.type.empty()) {
-      Warning(path + "/histogram",
-              typeText + " does not use histogram bins (only Histogram1 does); ignored");
+    } else if (typed) {
+      Warning(path + "/histogram", typeText + " does not use histogram bins (only " +
+                                       TypesThat(&StatsDefn::IsHistogram) + "); ignored");
     }
   } else if (usesHistogram) {
-    Error(path,
-          "Histogram1 needs \"histogram\": {\"start\", \"width\", \"count\"} or "
-          "{\"edges\": [...], \"logic\"}");
+    Error(path, typeText +
+                    " needs \"histogram\": {\"start\", \"width\", \"count\"} or "
+                    "{\"edges\": [...], \"logic\"}");
   }
 }
 

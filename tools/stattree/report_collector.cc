@@ -9,7 +9,11 @@ namespace {
 class Walker {
  public:
   Walker(Stats& stats, const Job& job, const std::string& recordCountName, std::string& error)
-      : stats_(stats), job_(job), recordCountName_(recordCountName), error_(error) {}
+      : stats_(stats), job_(job), recordCountName_(recordCountName), error_(error) {
+    for (const StatisticSpec& spec : job.statistics) {
+      binLabels_.push_back(ReportCollector::BinLabels(spec));
+    }
+  }
 
   bool Node(NodeReport& node, bool isRoot);
 
@@ -18,13 +22,16 @@ class Walker {
     error_ = "reading the results (" + what + "): " + LibraryError::TakeText();
     return false;
   }
-  bool Statistic(StatisticReport& report, const StatisticSpec& spec);
+  bool Statistic(StatisticReport& report, const StatisticSpec& spec,
+                 const std::vector<std::string>& binLabels);
   bool Distribution(CombinationReport& combination, const StatisticReport& report, int comboIndex);
 
   Stats& stats_;
   const Job& job_;
   const std::string& recordCountName_;
   std::string& error_;
+  // Per statistic of the job: the same on every node.
+  std::vector<std::vector<std::string>> binLabels_;
 };
 
 bool Walker::Node(NodeReport& node, bool isRoot) {
@@ -34,9 +41,9 @@ bool Walker::Node(NodeReport& node, bool isRoot) {
   }
   if (!stats_.MoveToStatsResult(recordCountName_)) return Fail("statistic " + recordCountName_);
   node.records = stats_.GetTotalGroupingRecordsProcessed();
-  for (const StatisticSpec& spec : job_.statistics) {
+  for (std::size_t i = 0; i < job_.statistics.size(); ++i) {
     node.statistics.emplace_back();
-    if (!Statistic(node.statistics.back(), spec)) return false;
+    if (!Statistic(node.statistics.back(), job_.statistics[i], binLabels_[i])) return false;
   }
   const int children = stats_.GetChildCount();
   if (Stats::IsErrorSet()) return Fail("child count");
@@ -49,18 +56,19 @@ bool Walker::Node(NodeReport& node, bool isRoot) {
   return true;
 }
 
-bool Walker::Statistic(StatisticReport& report, const StatisticSpec& spec) {
+bool Walker::Statistic(StatisticReport& report, const StatisticSpec& spec,
+                       const std::vector<std::string>& binLabels) {
   if (!stats_.MoveToStatsResult(spec.name)) return Fail("statistic " + spec.name);
   report.name = spec.name;
-  report.type = spec.type;
+  report.type = spec.TypeName();
   report.field = spec.field.name;
   report.groupingName = spec.hasGrouping ? spec.groupingName : "";
   for (const ColumnRef& ref : spec.groupingFields) report.groupingFields.push_back(ref.name);
   report.subsetName = spec.hasSubset ? spec.subsetName : "";
   for (const SubsetCondition& c : spec.where) report.subset.emplace_back(c.column.name, c.value);
   report.distribution = spec.hasValues || spec.histogram.present;
-  report.percent = spec.type == "EnumPercent";
-  if (report.distribution) report.binLabels = ReportCollector::BinLabels(spec);
+  report.percent = spec.type == StatsDefn::EnumPercent;
+  if (report.distribution) report.binLabels = binLabels;
 
   const std::string what = "statistic " + spec.name;
   if (spec.hasGrouping) {
@@ -98,10 +106,10 @@ bool Walker::Distribution(CombinationReport& combination, const StatisticReport&
   }
   // Only counts keep the empty cells that matched no bin.
   if (!report.percent) {
-    constexpr int kNotAvailableIndex = 10001;
     Variant value;
-    const bool ok = comboIndex < 0 ? stats_.GetEnumGroupingTotal(value, kNotAvailableIndex)
-                                   : stats_.GetEnumResult(value, kNotAvailableIndex, comboIndex);
+    const int index = EnumResult::NotAvailableIndex;
+    const bool ok = comboIndex < 0 ? stats_.GetEnumGroupingTotal(value, index)
+                                   : stats_.GetEnumResult(value, index, comboIndex);
     if (!ok) return Fail(what);
     combination.hasNotAvailable = true;
     combination.notAvailable = value.IsInteger() ? value.GetInteger() : 0;
@@ -118,18 +126,19 @@ std::vector<std::string> ReportCollector::BinLabels(const StatisticSpec& spec) {
   std::vector<std::string> labels;
   const HistogramSpec& h = spec.histogram;
   if (!h.present) return labels;
-  std::vector<Variant> edges = h.edges;
-  bool upper = h.byEdges && h.logic != LowerEdgeInclusive;
-  if (!h.byEdges) {
-    // The same additions the engine makes, so labels match its bins.
-    Variant edge = h.start;
-    edges.push_back(edge);
-    for (int i = 0; i < h.count; ++i) {
-      edge = edge + h.width;
-      edges.push_back(edge);
-    }
+  // The edges of the engine's own bins: a set built as the definition
+  // builds it, read back. Every bin but the first starts at an edge; the
+  // column plays no part.
+  CriteriaSet bins;
+  const bool built = h.byEdges ? bins.CreateHistogram(h.edges, h.logic, 0)
+                               : bins.CreateHistogram(h.start, h.width, h.count, 0);
+  std::vector<Variant> edges;
+  for (int i = 1; built && i < bins.GetCriteriaCount(); ++i) {
+    edges.emplace_back();
+    if (!bins.GetCriteriaValue(edges.back(), i, 0)) return labels;
   }
   if (edges.empty()) return labels;
+  const bool upper = h.byEdges && h.logic != LowerEdgeInclusive;
   labels.push_back((upper ? "<= " : "< ") + Text(edges.front()));
   for (std::size_t i = 1; i < edges.size(); ++i) {
     labels.push_back((upper ? "(" : "[") + Text(edges[i - 1]) + ", " + Text(edges[i]) +

@@ -9,9 +9,19 @@ namespace stattree {
 namespace cli {
 namespace {
 
-bool IsNumeric(const std::string& type) {
-  return type == "Sum" || type == "Average" || type == "StdDev" || type == "Min" || type == "Max" ||
-         type == "Histogram1";
+// The types that read their column as numbers.
+bool IsNumeric(StatsDefn::StatsType type) {
+  switch (type) {
+    case StatsDefn::Min:
+    case StatsDefn::Max:
+    case StatsDefn::Sum:
+    case StatsDefn::Average:
+    case StatsDefn::StdDev:
+    case StatsDefn::Histogram1:
+      return true;
+    default:
+      return false;
+  }
 }
 
 // A cell may be up to 1 MiB; a message shows its start.
@@ -24,7 +34,7 @@ std::string Quoted(const std::string& text) {
 }
 
 std::string Describe(const StatisticSpec& spec) {
-  return spec.name + " \u2014 " + spec.type + " of " + spec.field.name;
+  return spec.name + " \u2014 " + spec.TypeName() + " of " + spec.field.name;
 }
 
 }  // namespace
