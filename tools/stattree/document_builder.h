@@ -20,9 +20,12 @@
 namespace stattree {
 namespace cli {
 
+// A job file's JSON document, its members in the order of the file.
+using JobDocument = nlohmann::ordered_json;
+
 class DocumentBuilder {
  public:
-  using json = nlohmann::ordered_json;
+  using json = JobDocument;
 
   DocumentBuilder(json& root, std::vector<std::string>& errors) : root_(root), errors_(errors) {}
 

@@ -2,7 +2,6 @@
 
 #include <fstream>
 #include <map>
-#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "tools/stattree/document_builder.h"
@@ -29,9 +28,9 @@ bool JobLoader::Load(Job& job, std::vector<std::string>& errors, const std::stri
 
 bool JobLoader::Parse(Job& job, std::vector<std::string>& errors, const std::string& text) {
   const std::size_t before = errors.size();
-  nlohmann::ordered_json root;
+  JobDocument root;
   DocumentBuilder builder(root, errors);
-  if (!nlohmann::ordered_json::sax_parse(text, &builder)) return false;
+  if (!JobDocument::sax_parse(text, &builder)) return false;
   JobParser(job, errors).ParseRoot(root);
   return errors.size() == before;
 }

@@ -228,32 +228,38 @@ void JobParser::ParseStatistic(StatisticSpec& spec, const json& value) {
                    "where", kWhereMeaning, &JobParser::ParseSubsetWhere);
   }
 
+  // The distribution specs: read where the type uses them, warned of and
+  // dropped elsewhere.
+  struct Distribution {
+    const char* key;
+    bool (StatsDefn::*usedBy)();
+    const char* unused;
+    const char* needed;
+    void (JobParser::*parse)(StatisticSpec& spec, const json& value, const std::string& path);
+  };
+  static const Distribution kDistributions[] = {
+      {"values", &StatsDefn::IsEnum, "does not count enumeration values",
+       "the list of values to count", &JobParser::ParseValues},
+      {"histogram", &StatsDefn::IsHistogram, "does not use histogram bins",
+       "{\"start\", \"width\", \"count\"} or {\"edges\": [...], \"logic\"}",
+       &JobParser::ParseHistogram},
+  };
   StatsDefn probe(spec.name, Field(), spec.type);
-  const bool usesValues = probe.IsEnum();
-  const bool usesHistogram = probe.IsHistogram();
   const bool typed = spec.type != StatsDefn::InvalidType;
   const std::string typeText = typed ? spec.TypeName() : "this statistic";
-  if (value.contains("values")) {
-    if (usesValues) {
-      ParseValues(spec, value["values"], path + "/values");
-    } else if (typed) {
-      Warning(path + "/values", typeText + " does not count enumeration values (only " +
-                                    TypesThat(&StatsDefn::IsEnum) + "); ignored");
+  for (const Distribution& d : kDistributions) {
+    const bool uses = (probe.*d.usedBy)();
+    const std::string keyPath = path + "/" + d.key;
+    if (value.contains(d.key)) {
+      if (uses) {
+        (this->*d.parse)(spec, value[d.key], keyPath);
+      } else if (typed) {
+        Warning(keyPath,
+                typeText + " " + d.unused + " (only " + TypesThat(d.usedBy) + "); ignored");
+      }
+    } else if (uses) {
+      Error(path, typeText + " needs " + JobText::Quote(d.key) + ": " + d.needed);
     }
-  } else if (usesValues) {
-    Error(path, typeText + " needs \"values\": the list of values to count");
-  }
-  if (value.contains("histogram")) {
-    if (usesHistogram) {
-      ParseHistogram(spec, value["histogram"], path + "/histogram");
-    } else if (typed) {
-      Warning(path + "/histogram", typeText + " does not use histogram bins (only " +
-                                       TypesThat(&StatsDefn::IsHistogram) + "); ignored");
-    }
-  } else if (usesHistogram) {
-    Error(path, typeText +
-                    " needs \"histogram\": {\"start\", \"width\", \"count\"} or "
-                    "{\"edges\": [...], \"logic\"}");
   }
 }
 

@@ -7,10 +7,10 @@
 #ifndef STATTREE_TOOLS_JOB_PARSER_H_
 #define STATTREE_TOOLS_JOB_PARSER_H_
 
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
+#include "tools/stattree/document_builder.h"
 #include "tools/stattree/job.h"
 
 namespace stattree {
@@ -18,7 +18,7 @@ namespace cli {
 
 class JobParser {
  public:
-  using json = nlohmann::ordered_json;
+  using json = JobDocument;
 
   JobParser(Job& job, std::vector<std::string>& errors) : job_(job), errors_(errors) {}
 
