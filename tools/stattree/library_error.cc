@@ -23,6 +23,7 @@ std::string LibraryError::TakeText() {
   const std::vector<int> locations = Stats::GetErrorLocations();
   if (!locations.empty()) {
     std::vector<std::string> numbers;
+    numbers.reserve(locations.size());
     for (int location : locations) numbers.push_back(std::to_string(location));
     text += ", locations " + Join(numbers, ", ");
   }

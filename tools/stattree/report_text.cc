@@ -204,6 +204,7 @@ std::string TextReportWriter::FormatBin(const Variant& value, bool percent) {
 
 std::string TextReportWriter::FormatCombination(const std::vector<std::string>& values) {
   std::vector<std::string> texts;
+  texts.reserve(values.size());
   for (const std::string& v : values) texts.push_back(v.empty() ? "(empty)" : v);
   return Join(texts, ", ");
 }
