@@ -31,6 +31,7 @@
 #include <vector>
 
 #include "tools/stattree/job.h"
+#include "tools/stattree/job_text.h"
 
 namespace stattree {
 namespace cli {
@@ -44,6 +45,11 @@ class JobLoader {
   // ambiguous (repeated in the header) column names.
   static bool Resolve(Job& job, std::vector<std::string>& errors,
                       const std::vector<std::string>& header);
+
+  // For hosts of the loader that word their own column messages alike.
+  static std::string QuotedList(const std::vector<std::string>& names) {
+    return JobText::QuotedList(names);
+  }
 };
 
 }  // namespace cli
