@@ -30,6 +30,13 @@ test-sanitize: deps
 	UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
 	  ctest --test-dir $(ASAN_DIR) $(CTEST_FLAGS)
 
+# The Python package (README, "Python"): the module in $(BUILD_DIR)/python,
+# used with PYTHONPATH=$(BUILD_DIR)/python and Debian's /usr/bin/python3.
+.PHONY: python
+python: deps
+	cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo
+	cmake --build $(BUILD_DIR) -j$(JOBS) --target stattree_python
+
 clean:
 	rm -rf $(BUILD_DIR) $(ASAN_DIR) $(RELEASE_DIR)
 

@@ -1,0 +1,69 @@
+#include "python/src/frame_stats.h"
+
+#include <limits>
+#include <numeric>
+
+namespace stattree {
+namespace python {
+
+bool FrameRecord::GetValue(Variant& value, int colNum) const {
+  if (colNum < 0 || static_cast<std::size_t>(colNum) >= table_.columns.size() ||
+      !table_.columns[static_cast<std::size_t>(colNum)].Read(value, row_)) {
+    lastBadColumn_ = colNum;
+    return false;
+  }
+  return true;
+}
+
+bool FrameRecord::GetError(int& code, int& second, std::string& message, bool& flag) const {
+  code = FrameStats::kUnreadColumnCode;
+  second = 0;
+  message = "column " + std::to_string(lastBadColumn_) + " of the DataFrame was not converted";
+  flag = false;
+  return true;
+}
+
+FrameStats::FrameStats(const FrameTable& table, FrameRecord& record)
+    : Stats(&record), table_(table), record_(record) {}
+
+int FrameStats::GetRecordCount() {
+  // Only the progress total; the rows themselves are not limited.
+  constexpr std::size_t kMax = static_cast<std::size_t>(std::numeric_limits<int>::max());
+  return static_cast<int>(table_.rows < kMax ? table_.rows : kMax);
+}
+
+void FrameStats::SetNodeLimit(long long maxNodes, const std::vector<int>& treeColumns) {
+  maxNodes_ = maxNodes;
+  treeColumns_ = treeColumns;
+  treeValues_.assign(treeColumns.size(), Variant());
+  nodeCounter_.reset();
+  if (maxNodes <= 0) return;
+  std::vector<int> positions(treeColumns.size());
+  std::iota(positions.begin(), positions.end(), 0);
+  nodeCounter_ = std::make_unique<cli::NodeCounter>(positions);
+}
+
+bool FrameStats::MoveTo(std::size_t row) {
+  if (row >= table_.rows) return false;
+  if (nodeCounter_ != nullptr) {
+    for (std::size_t i = 0; i < treeColumns_.size(); ++i) {
+      const int column = treeColumns_[i];
+      // An unreadable tree column fails in the engine, with its error.
+      if (column < 0 || static_cast<std::size_t>(column) >= table_.columns.size() ||
+          !table_.columns[static_cast<std::size_t>(column)].Read(treeValues_[i], row)) {
+        treeValues_[i].SetEmpty();
+      }
+    }
+    if (nodeCounter_->Add(treeValues_) > maxNodes_) {
+      nodeLimitReached_ = true;
+      Stats::SetError(kNodeLimitCode, 0, "the results tree reached its node limit", false);
+      return false;
+    }
+  }
+  record_.SetRow(row);
+  next_ = row + 1;
+  return true;
+}
+
+}  // namespace python
+}  // namespace stattree
