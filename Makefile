@@ -76,6 +76,18 @@ bench-tool: deps
 	  --stattree $(RELEASE_DIR)/tools/stattree --folder $(PEER_DIR)/tool \
 	  --records $(TOOL_RECORDS)
 
+# The Python package's job.run(df) against pandas' groupby on one DataFrame
+# of W1 rows (bench/README.md). PYTHON_RECORDS sets the sizes.
+PYTHON_RECORDS ?= 100000 1000000
+.PHONY: bench-python
+bench-python: deps
+	cmake -S . -B $(RELEASE_DIR) -DCMAKE_BUILD_TYPE=Release -DSTATTREE_BUILD_BENCH=ON \
+	  -DSTATTREE_BUILD_TOOLS=ON -DSTATTREE_BUILD_TESTS=OFF
+	cmake --build $(RELEASE_DIR) -j$(JOBS) --target stattree_bench stattree_python
+	PYTHONPATH=$(RELEASE_DIR)/python /usr/bin/python3 bench/peers/python_bench.py \
+	  --bench $(RELEASE_DIR)/bench/stattree_bench --folder $(PEER_DIR)/python \
+	  --records $(PYTHON_RECORDS)
+
 # The tool on the bundled example data (tools/README.md): installs what is
 # missing, builds in Release mode and prints the report.
 .PHONY: demo
