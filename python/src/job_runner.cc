@@ -39,7 +39,12 @@ EngineFailure TakeEngineFailure(const std::string& context) {
 RunOutcome BadInput(const std::string& file, const std::vector<std::string>& messages) {
   RunOutcome outcome;
   outcome.status = RunOutcome::Status::BadInput;
-  for (const std::string& m : messages) outcome.errors.push_back(file + ": " + m);
+  for (const std::string& m : messages) {
+    std::string line = file;
+    line += ": ";
+    line += m;
+    outcome.errors.push_back(std::move(line));
+  }
   return outcome;
 }
 

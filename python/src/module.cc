@@ -67,28 +67,29 @@ std::vector<std::string> UsedColumns(const cli::Job& job) {
   return names;
 }
 
+// (job or None, errors, warnings), each message naming the job's file.
+py::tuple JobAnswer(PyJob job, bool ok, std::vector<std::string> errors) {
+  std::vector<std::string> warnings = job.job.warnings;
+  for (std::string& e : errors) e.insert(0, job.name + ": ");
+  for (std::string& w : warnings) w.insert(0, job.name + ": ");
+  py::object parsed = ok ? py::cast(std::move(job)) : py::none();
+  return py::make_tuple(parsed, Texts(errors), Texts(warnings));
+}
+
 py::tuple ParseJob(const std::string& text, const std::string& name) {
-  PyJob parsed;
-  parsed.name = name;
+  PyJob job;
+  job.name = name;
   std::vector<std::string> errors;
-  const bool ok = cli::JobLoader::Parse(parsed.job, errors, text);
-  for (std::string& e : errors) e = name + ": " + e;
-  std::vector<std::string> warnings = parsed.job.warnings;
-  for (std::string& w : warnings) w = name + ": " + w;
-  if (!ok) return py::make_tuple(py::none(), Texts(errors), Texts(warnings));
-  return py::make_tuple(std::move(parsed), Texts(errors), Texts(warnings));
+  const bool ok = cli::JobLoader::Parse(job.job, errors, text);
+  return JobAnswer(std::move(job), ok, std::move(errors));
 }
 
 py::tuple LoadJob(const std::string& path) {
-  PyJob loaded;
-  loaded.name = path;
+  PyJob job;
+  job.name = path;
   std::vector<std::string> errors;
-  const bool ok = cli::JobLoader::Load(loaded.job, errors, path);
-  for (std::string& e : errors) e = path + ": " + e;
-  std::vector<std::string> warnings = loaded.job.warnings;
-  for (std::string& w : warnings) w = path + ": " + w;
-  if (!ok) return py::make_tuple(py::none(), Texts(errors), Texts(warnings));
-  return py::make_tuple(std::move(loaded), Texts(errors), Texts(warnings));
+  const bool ok = cli::JobLoader::Load(job.job, errors, path);
+  return JobAnswer(std::move(job), ok, std::move(errors));
 }
 
 // How one Python object becomes a value: the tool's cell table for text,
