@@ -1,8 +1,10 @@
 """Bad jobs and bad data raise JobError with the tool's messages; library
 failures raise EngineError with the library's error."""
 import json
+import signal
 import threading
 
+import numpy as np
 import pandas as pd
 import pytest
 
@@ -126,3 +128,25 @@ def test_runs_from_several_threads_take_turns():
     for t in threads:
         t.join()
     assert results == [expected] * 4
+
+
+def test_a_signal_handler_stops_a_run():
+    # The engine runs without the interpreter lock; Python's handlers still
+    # run, and what they raise ends the run.
+    class Stop(Exception):
+        pass
+
+    def stop(signum, frame):
+        raise Stop()
+
+    frame = pd.DataFrame({"g": np.arange(2_000_000) % 7, "x": np.ones(2_000_000)})
+    job = stattree.Job(tree=["g"], statistics={"s": {"type": "Sum", "field": "x"}})
+    previous = signal.signal(signal.SIGALRM, stop)
+    try:
+        signal.setitimer(signal.ITIMER_REAL, 0.05)
+        with pytest.raises(Stop):
+            job.run(frame)
+    finally:
+        signal.setitimer(signal.ITIMER_REAL, 0)
+        signal.signal(signal.SIGALRM, previous)
+    assert job.run(frame.iloc[:10]).root.statistic("s").value == 10
