@@ -1,5 +1,6 @@
 #include "python/src/frame_stats.h"
 
+#include <algorithm>
 #include <limits>
 #include <numeric>
 
@@ -32,12 +33,31 @@ int FrameStats::GetRecordCount() {
   return static_cast<int>(table_.rows < kMax ? table_.rows : kMax);
 }
 
+double FrameStats::MaxNodes(const std::vector<int>& treeColumns) const {
+  // Each level has at most one node per distinct path of values down to
+  // it: no more than the rows, nor than the product of the levels' value
+  // counts, which categoricals know (plus one for the empty value).
+  double nodes = 1;
+  double paths = 1;
+  const double rows = static_cast<double>(table_.rows);
+  for (const int column : treeColumns) {
+    double values = rows;
+    if (column >= 0 && static_cast<std::size_t>(column) < table_.columns.size()) {
+      const FrameColumn& c = table_.columns[static_cast<std::size_t>(column)];
+      if (c.kind == FrameColumn::Kind::Codes) values = static_cast<double>(c.dictionary.size() + 1);
+    }
+    paths = std::min(rows, paths * values);
+    nodes += paths;
+  }
+  return nodes;
+}
+
 void FrameStats::SetNodeLimit(long long maxNodes, const std::vector<int>& treeColumns) {
   maxNodes_ = maxNodes;
   treeColumns_ = treeColumns;
   treeValues_.assign(treeColumns.size(), Variant());
   nodeCounter_.reset();
-  if (maxNodes <= 0) return;
+  if (maxNodes <= 0 || MaxNodes(treeColumns) <= static_cast<double>(maxNodes)) return;
   std::vector<int> positions(treeColumns.size());
   std::iota(positions.begin(), positions.end(), 0);
   nodeCounter_ = std::make_unique<cli::NodeCounter>(positions);

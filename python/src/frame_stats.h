@@ -49,13 +49,15 @@ class FrameStats : public Stats {
   int GetRecordCount() override;
 
   // At most `maxNodes` nodes (0: no limit); `treeColumns` from the root
-  // down.
+  // down. Rows are counted only when the table could make more nodes.
   void SetNodeLimit(long long maxNodes, const std::vector<int>& treeColumns);
   bool NodeLimitReached() const { return nodeLimitReached_; }
   long long GetRecords() const { return static_cast<long long>(next_); }
 
  private:
   bool MoveTo(std::size_t row);
+  // An upper bound of the tree's nodes over this table.
+  double MaxNodes(const std::vector<int>& treeColumns) const;
 
   const FrameTable& table_;
   FrameRecord& record_;

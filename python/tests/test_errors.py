@@ -83,9 +83,14 @@ def test_warnings_are_issued_and_kept():
     assert len(job.warnings) == 1 and job.warnings[0].startswith("<job>: /statistics/s/values")
 
 
-def test_node_limit():
+@pytest.mark.parametrize("g", [
+    pd.Series(["a", "b", "a", "c"]),
+    pd.Series(["a", "b", "a", "c"], dtype=pd.CategoricalDtype(list("abcde"))),
+    pd.Series([1, 2, 1, 3]),
+])
+def test_node_limit(g):
     job = stattree.Job(tree=["g"], statistics={"n": {"type": "Count"}})
-    frame = pd.DataFrame({"g": ["a", "b", "a", "c"]})
+    frame = pd.DataFrame({"g": g})
     with pytest.raises(stattree.JobError) as raised:
         job.run(frame, max_nodes=3)
     assert raised.value.errors == [
