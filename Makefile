@@ -5,7 +5,7 @@ RELEASE_DIR ?= build-release
 JOBS        ?= $(shell nproc 2>/dev/null || echo 2)
 CTEST_FLAGS ?= --output-on-failure -j$(JOBS)
 
-.PHONY: all deps build test test-plain test-sanitize install clean
+.PHONY: all deps deps-test build test test-plain test-sanitize install clean
 
 all: build
 
@@ -16,13 +16,19 @@ build: deps
 	cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo
 	cmake --build $(BUILD_DIR) -j$(JOBS)
 
+# What the report tests need beside the build: headless Chromium for the
+# HTML page, pytest and pandas for the CSV table.
+TEST_PACKAGES := chromium python3-pytest python3-pandas
+deps-test:
+	@bash scripts/install-deps.sh $(TEST_PACKAGES)
+
 # The whole suite twice: a plain build, then ASan+UBSan (any report fails).
 test: test-plain test-sanitize
 
-test-plain: build
+test-plain: build deps-test
 	ctest --test-dir $(BUILD_DIR) $(CTEST_FLAGS)
 
-test-sanitize: deps
+test-sanitize: deps deps-test
 	cmake -S . -B $(ASAN_DIR) -DCMAKE_BUILD_TYPE=Debug -DSTATTREE_SANITIZE=ON \
 	  -DSTATTREE_BUILD_BENCH=OFF
 	cmake --build $(ASAN_DIR) -j$(JOBS)
@@ -89,7 +95,8 @@ bench-python: deps
 	  --records $(PYTHON_RECORDS)
 
 # The tool on the bundled example data (tools/README.md): installs what is
-# missing, builds in Release mode and prints the report.
+# missing, builds in Release mode, prints the report and writes its HTML
+# form into the build folder.
 .PHONY: demo
 demo:
 	@bash scripts/install-deps.sh
@@ -97,6 +104,9 @@ demo:
 	  -DSTATTREE_BUILD_TESTS=OFF -DSTATTREE_BUILD_BENCH=OFF
 	cmake --build $(RELEASE_DIR) -j$(JOBS) --target stattree_cli
 	$(RELEASE_DIR)/tools/stattree run examples/sales.csv --job examples/sales.json
+	$(RELEASE_DIR)/tools/stattree run examples/sales.csv --job examples/sales.json --quiet \
+	  --format html --output $(RELEASE_DIR)/sales-report.html
+	@echo "HTML report: $(abspath $(RELEASE_DIR))/sales-report.html"
 
 # libFuzzer on the CSV reader, the job loader and the library driven as a
 # host drives it (fuzz/fuzz_engine.cc), FUZZ_SECONDS each, in a clang build

@@ -14,8 +14,10 @@
 // ordinary walk, which reads again.)
 //
 // The wrapper also remembers, per record, answers that depend only on the
-// record's values (the bin a criteria set finds), keyed by the object that
-// computed them; they are dropped with the values.
+// record's values (whether a record meets a subset), keyed by the object
+// that computed them; they are dropped with the values. Objects asked on
+// every record (a criteria set's bin) keep theirs in a RecordAnswer of
+// their own, which no other answer can displace.
 //
 // Readers use ReadColumn, which peeks at the cached value without copying
 // it; any other StatsRecord is read into the caller's scratch value.
@@ -35,6 +37,26 @@
 #include "stattree/boundary/variant.h"
 
 namespace stattree {
+
+// An answer that depends only on the current record's values, kept by the
+// object that worked it out (RecordCache::FindAnswer and KeepAnswer): one
+// comparison finds it again. A copy of the object starts without one.
+class RecordAnswer {
+ public:
+  RecordAnswer() = default;
+  RecordAnswer(const RecordAnswer& /*other*/) noexcept {}
+  RecordAnswer& operator=(const RecordAnswer& /*other*/) noexcept {
+    run = 0;
+    return *this;
+  }
+  ~RecordAnswer() = default;
+
+ private:
+  friend class RecordCache;
+  std::uint64_t run = 0;  // no run has this id
+  std::uint64_t generation = 0;
+  int value = 0;
+};
 
 class RecordCache final : public StatsRecord {
  public:
@@ -71,6 +93,18 @@ class RecordCache final : public StatsRecord {
   }
   void KeepAnswer(const void* owner, int answer) const {
     if (enabled) answers[AnswerSlot(owner)] = Answer{owner, generation, answer};
+  }
+  // The same, kept by the owner itself: never displaced by another's.
+  bool FindAnswer(const RecordAnswer& kept, int& answer) const {
+    if (!enabled || kept.run != runId || kept.generation != generation) return false;
+    answer = kept.value;
+    return true;
+  }
+  void KeepAnswer(RecordAnswer& kept, int answer) const {
+    if (!enabled) return;
+    kept.run = runId;
+    kept.generation = generation;
+    kept.value = answer;
   }
 
   // The cache behind `record`, or null when it is some other record. Only

@@ -153,15 +153,30 @@ bool CriteriaSet::RecordMeetsCriteria(int& index, const StatsRecord& record) {
   // the same bin; with an error held it could fail midway, so it runs.
   const RecordCache* cache = RecordCache::Of(record);
   if (cache != nullptr && cache->Enabled() && !IsErrorSet()) {
-    if (cache->FindAnswer(this, index)) return true;
+    if (cache->FindAnswer(currentBin, index)) return true;
     if (!(IsFlat() && FindBinFlat(index, *cache)) && !FindBin(index, record)) return false;
-    if (!IsErrorSet()) cache->KeepAnswer(this, index);
+    if (!IsErrorSet()) cache->KeepAnswer(currentBin, index);
     return true;
   }
   return FindBin(index, record);
 }
 
 bool CriteriaSet::FindBinFlat(int& index, const RecordCache& cache) const {
+  if (!rangeEdges.empty()) {
+    const Variant* value = cache.Peek(rangeColumn);
+    if (value == nullptr) return false;
+    if (value->IsNumber()) {
+      // The bin is the number of edges the value has passed.
+      const auto passed =
+          rangeUpperInclusive
+              ? std::lower_bound(rangeEdges.begin(), rangeEdges.end(), *value,
+                                 [](const Variant& edge, const Variant& v) { return v > edge; })
+              : std::upper_bound(rangeEdges.begin(), rangeEdges.end(), *value,
+                                 [](const Variant& v, const Variant& edge) { return v < edge; });
+      index = flatEntries[static_cast<std::size_t>(passed - rangeEdges.begin())].index;
+      return true;
+    }
+  }
   std::size_t term = 0;
   for (const FlatEntry& entry : flatEntries) {
     bool meets = true;
@@ -227,6 +242,57 @@ void CriteriaSet::Flatten() {
   flatEntries.swap(entries);
   flatColumns.swap(columns);
   flatFor = criteriaList.size();
+  FindRanges();
+}
+
+void CriteriaSet::FindRanges() {
+  rangeEdges.clear();
+  if (flatColumns.size() != 1 || flatEntries.size() < 2) return;
+  // An open edge (an empty bound) holds for every number, so a number's bin
+  // depends on the other terms only: entry 0 has just an upper bound, the
+  // last just a lower bound, each other one a lower then an upper bound,
+  // and each lower bound is the upper bound of the entry before.
+  std::vector<Variant> edges;
+  std::vector<CriteriaOperator> lowerOps;
+  std::vector<CriteriaOperator> upperOps;
+  std::size_t term = 0;
+  for (std::size_t entry = 0; entry < flatEntries.size(); ++entry) {
+    std::vector<const CriteriaTerm*> bounds;
+    for (; term < flatEntries[entry].termsEnd; ++term) {
+      const CriteriaTerm& t = flatTerms[term];
+      if (t.op == Equal || t.op == NotEqual) return;
+      if (!t.value.IsEmpty()) bounds.push_back(&t);
+    }
+    const bool first = entry == 0;
+    const bool last = entry + 1 == flatEntries.size();
+    const std::size_t expected = (first || last) ? 1 : 2;
+    if (bounds.size() != expected) return;
+    std::size_t at = 0;
+    if (!first) {
+      const CriteriaTerm& lower = *bounds[at++];
+      if (lower.op != GreaterEqual && lower.op != Greater) return;
+      const Variant& previous = edges.back();
+      if (lower.value.GetKind() != previous.GetKind() || lower.value != previous) return;
+      lowerOps.push_back(lower.op);
+    }
+    if (!last) {
+      const CriteriaTerm& upper = *bounds[at];
+      if (upper.op != Less && upper.op != LessEqual) return;
+      if (!upper.value.IsNumber()) return;
+      if (!edges.empty() && !(edges.back() < upper.value)) return;
+      upperOps.push_back(upper.op);
+      edges.push_back(upper.value);
+    }
+  }
+  const bool lowerInclusive = lowerOps.front() == GreaterEqual && upperOps.front() == Less;
+  const bool upperInclusive = lowerOps.front() == Greater && upperOps.front() == LessEqual;
+  if (!lowerInclusive && !upperInclusive) return;
+  for (std::size_t i = 0; i < lowerOps.size(); ++i) {
+    if (lowerOps[i] != lowerOps.front() || upperOps[i] != upperOps.front()) return;
+  }
+  rangeColumn = flatColumns.front();
+  rangeUpperInclusive = upperInclusive;
+  rangeEdges.swap(edges);
 }
 
 bool CriteriaSet::FindBin(int& index, const StatsRecord& record) const {

@@ -27,14 +27,13 @@
 #include <string>
 #include <vector>
 
+#include "stattree/boundary/record_cache.h"
 #include "stattree/boundary/stats_record.h"
 #include "stattree/boundary/variant.h"
 #include "stattree/criteria/criteria.h"
 #include "stattree/criteria/criteria_term.h"
 
 namespace stattree {
-
-class RecordCache;
 
 class CriteriaSet {
  public:
@@ -115,6 +114,9 @@ class CriteriaSet {
   // The walk over the flat terms; false when a read failed (nothing is
   // reported: the walk then runs and reports it).
   bool FindBinFlat(int& index, const RecordCache& cache) const;
+  // Fills the ranges below when the flat bins are consecutive ranges of one
+  // column between strictly ascending number edges (both histogram kinds).
+  void FindRanges();
 
   std::vector<std::unique_ptr<Criteria>> criteriaList;
   std::vector<CriteriaTerm> flatTerms;
@@ -122,6 +124,13 @@ class CriteriaSet {
   std::vector<int> flatColumns;  // each column of flatTerms once
   // The number of list entries the flat form stands for.
   std::size_t flatFor = kNotFlat;
+  // For a number, such bins are decided by its place among the edges: a
+  // binary search finds the one bin the walk would find. Empty: no ranges.
+  std::vector<Variant> rangeEdges;
+  int rangeColumn = -1;
+  bool rangeUpperInclusive = false;  // bins (low, high] rather than [low, high)
+  // The bin of the engine's current record.
+  mutable RecordAnswer currentBin;
 };
 
 }  // namespace stattree

@@ -122,6 +122,13 @@ TEST_F(CriteriaSetLookup, TheQuickWalkThroughTheRecordCacheFindsTheWalksBin) {
                         4);
   add().CreateHistogram({Variant(3), Variant(3), Variant(9007199254740993LL)}, UpperEdgeInclusive,
                         4);
+  // Ascending number edges: found by their place among the edges.
+  for (HistogramBinLogic logic : {LowerEdgeInclusive, UpperEdgeInclusive}) {
+    add().CreateHistogram({Variant(-1), Variant(2.5), Variant(3), Variant(9007199254740992LL),
+                           Variant(9007199254740993LL)},
+                          logic, 4);
+  }
+  add().CreateHistogram(Variant(-0.5), Variant(0.25), 8, 4);
   add().CreateEnum(std::vector<std::string>{"Web", "5", "2.5", "", "Web"}, 4);
   CriteriaSet& mixed = add();
   mixed.CreateEnum(std::set<std::string>{"b", "a"}, 4);
@@ -145,7 +152,14 @@ TEST_F(CriteriaSetLookup, TheQuickWalkThroughTheRecordCacheFindsTheWalksBin) {
                                        Variant("k"),
                                        Variant(9007199254740992LL),
                                        Variant(9007199254740993LL),
-                                       Variant(9007199254740992.0)};
+                                       Variant(9007199254740992.0),
+                                       Variant(9007199254740994LL),
+                                       Variant(-1),
+                                       Variant(-1.0),
+                                       Variant(-0.5),
+                                       Variant(0.25),
+                                       Variant(1.5),
+                                       Variant(-1e300)};
   for (const auto& set : sets) {
     for (const Variant& value : values) {
       const MapRecord record({{4, value}});

@@ -168,7 +168,9 @@ bool GroupingResults::AddNewStatsDefn(const StatsDefn& defn) {
 bool GroupingResults::ProcessRecord(const StatsRecord& record) {
   std::size_t position = 0;
   bool found = false;
-  if (FindIndexedSet(position, found, record)) {
+  const bool looked = groupings.size() <= kLinearSets ? FindScannedSet(position, found, record)
+                                                      : FindIndexedSet(position, found, record);
+  if (looked) {
     if (found) return FeedSets(position, record, kLocMatchingSetRecord);
   } else {
     // The reference walk: the index, where it decides, answers the same.
@@ -191,6 +193,48 @@ bool GroupingResults::ProcessRecord(const StatsRecord& record) {
   if (groupings.size() == 1) return FeedSets(0, record, kLocNewSetRecord);
   if (!added.ProcessRecord(record)) return DumpLocation(kLocNewSetRecord);
   if (!totals.ProcessRecord(record)) return DumpLocation(kLocTotalsRecord);
+  return true;
+}
+
+bool GroupingResults::FindScannedSet(std::size_t& position, bool& found,
+                                     const StatsRecord& record) const {
+  if (groupings.empty()) return false;
+  // A first set that always passes takes every record, without a read.
+  const Criteria* first = groupings.front().GetCriteria();
+  if (first != nullptr && &typeid(*first) == &typeid(AlwaysPassCriteria)) {
+    position = 0;
+    found = true;
+    return true;
+  }
+  // Few sets of a one-field grouping, the engine's cache: the record's value
+  // is compared with each set's as its "=" test would, without the calls.
+  const RecordCache* cache = RecordCache::Of(record);
+  if (cache == nullptr || !cache->Enabled() || IsErrorSet()) return false;
+  const Variant* value = nullptr;
+  int column = -1;
+  for (std::size_t i = 0; i < groupings.size(); ++i) {
+    const Criteria* test = groupings[i].GetCriteria();
+    // The address of the type: a miss (any other kind) only means the walk.
+    if (test == nullptr || &typeid(*test) != &typeid(MultipleCriteria)) return false;
+    const std::vector<CriteriaTerm>& terms = static_cast<const MultipleCriteria*>(test)->GetTerms();
+    if (terms.size() != 1) return false;
+    const CriteriaTerm& term = terms.front();
+    if (term.op != Equal || term.column == -1 || (value != nullptr && term.column != column)) {
+      return false;
+    }
+    if (value == nullptr) {
+      column = term.column;
+      // A failed read is reported by the first set's test, in the walk.
+      value = cache->Peek(column);
+      if (value == nullptr) return false;
+    }
+    if (value->IsStringEquivalentTo(term.value)) {
+      position = i;
+      found = true;
+      return true;
+    }
+  }
+  found = false;
   return true;
 }
 

@@ -78,6 +78,10 @@ class GroupingResults {
   void CopyDataMembers(const GroupingResults& other);
 
   struct SetIndex;
+  // The set of the record's combination among few sets: the first set when
+  // it always passes, else, for a one-field grouping, by comparing values;
+  // false when the walk must decide.
+  bool FindScannedSet(std::size_t& position, bool& found, const StatsRecord& record) const;
   // Sets `found`, and `position` when found, from the index; false when the
   // index can't decide and the walk must run.
   bool FindIndexedSet(std::size_t& position, bool& found, const StatsRecord& record);

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "stattree/boundary/record_cache.h"
 #include "stattree/criteria/always_pass_criteria.h"
 #include "stattree/results/results_test_util.h"
 
@@ -129,6 +130,47 @@ TEST_F(GroupingResultsTest, ManyCombinationsStillFailOnAnErrorOrAFailedRead) {
   EXPECT_EQ(grouping.GetGroupingsCount(), 20);
   EXPECT_EQ(grouping.GetGroupingStatsSet(12)->GetRecordsProcessed(), 1);
   EXPECT_EQ(grouping.GetTotalsStatsSet()->GetRecordsProcessed(), 21);
+}
+
+// Few combinations of one field are found by comparing the record cache's
+// value with each set's: as the walk does, for every kind of value, and
+// leaving failures to the walk.
+TEST_F(GroupingResultsTest, FewCombinationsThroughTheCacheMatchTheWalk) {
+  const std::vector<Variant> values{
+      5,    "5", 5.0, 5.5, "05",  "",    Variant(), Variant::Invalid(),
+      -0.0, 0,   "x", 5,   "5.5", "0.0", 1e21,      "1e+21"};
+  GroupingResults walked = Configured(byRegion);
+  GroupingResults scanned = Configured(byRegion);
+  for (std::size_t i = 0; i < 2 * values.size(); ++i) {
+    const MapRecord record{{5, values[(i * 5) % values.size()]}};
+    ASSERT_TRUE(walked.ProcessRecord(record));
+    RecordCache cache(record, true);
+    cache.NextRecord();
+    ASSERT_TRUE(scanned.ProcessRecord(cache));
+  }
+  ASSERT_LE(walked.GetGroupingsCount(), 16);
+  ASSERT_EQ(scanned.GetGroupingsCount(), walked.GetGroupingsCount());
+  for (int i = 0; i < walked.GetGroupingsCount(); ++i) {
+    EXPECT_EQ(Combination(scanned, i), Combination(walked, i));
+    EXPECT_EQ(scanned.GetGroupingStatsSet(i)->GetRecordsProcessed(),
+              walked.GetGroupingStatsSet(i)->GetRecordsProcessed());
+  }
+  // A failed read and an error held are the walk's to report.
+  for (bool errorHeld : {false, true}) {
+    std::vector<int> locations[2];
+    for (int run = 0; run < 2; ++run) {
+      GroupingResults& grouping = run == 0 ? walked : scanned;
+      if (errorHeld) TheErrorManager().Set(10940);
+      const MapRecord record = errorHeld ? MapRecord{{5, "x"}} : MapRecord{{4, 1}};
+      RecordCache cache(record, true);
+      cache.NextRecord();
+      EXPECT_FALSE(run == 0 ? grouping.ProcessRecord(record) : grouping.ProcessRecord(cache));
+      locations[run] = Locations();
+      TheErrorManager().Clear();
+    }
+    EXPECT_EQ(locations[1], locations[0]);
+    EXPECT_FALSE(locations[0].empty());
+  }
 }
 
 }  // namespace

@@ -35,6 +35,7 @@ struct StatsSet::NameTable {
 
   std::vector<std::string> names;
   mutable std::shared_ptr<const ReadPlan> plan;
+  mutable RecordAnswer sure;  // CannotFailOn's answer for the current record
 };
 
 namespace {
@@ -115,7 +116,7 @@ void StatsSet::CopyResultsFrom(const StatsSet& other) {
 bool StatsSet::CannotFailOn(const RecordCache& cache) const {
   if (IsErrorSet() || table == nullptr) return false;
   int answer = 0;
-  if (cache.FindAnswer(table.get(), answer)) return answer != 0;
+  if (cache.FindAnswer(table->sure, answer)) return answer != 0;
   std::shared_ptr<const NameTable::ReadPlan> plan = table->plan;
   if (plan == nullptr || plan->run != cache.RunId()) {
     auto fresh = std::make_shared<NameTable::ReadPlan>();
@@ -142,7 +143,7 @@ bool StatsSet::CannotFailOn(const RecordCache& cache) const {
     const auto& [set, counters] = plan->sets[i];
     sure = counters >= set->GetCriteriaCount() && set->FindsBinWithoutFailure(cache);
   }
-  if (!IsErrorSet()) cache.KeepAnswer(table.get(), sure ? 1 : 0);
+  if (!IsErrorSet()) cache.KeepAnswer(table->sure, sure ? 1 : 0);
   return sure;
 }
 

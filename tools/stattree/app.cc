@@ -21,8 +21,11 @@
 #include "tools/stattree/printable_text.h"
 #include "tools/stattree/progress_bar.h"
 #include "tools/stattree/report_collector.h"
+#include "tools/stattree/report_csv.h"
+#include "tools/stattree/report_html.h"
 #include "tools/stattree/report_json.h"
 #include "tools/stattree/report_text.h"
+#include "tools/stattree/warning_collector.h"
 
 #ifndef STATTREE_VERSION
 #define STATTREE_VERSION "unknown"
@@ -66,6 +69,7 @@ struct Options {
   bool skipBadRows = false;
   bool quiet = false;
   bool checkOnly = false;
+  long long sample = 0;  // check: records read for warnings
   long long maxNodes = App::kDefaultMaxNodes;
 };
 
@@ -132,12 +136,13 @@ int Runner::Run() {
     }
     forceText[static_cast<std::size_t>(it - header.begin())] = true;
   }
-  if (options_.checkOnly) {
+  const auto fits = [&] {
     out_ << options_.jobPath << ": fits " << dataName << " (" << header.size() << " columns, "
          << job.statistics.size() << " statistics, " << job.tree.size()
          << (job.tree.size() == 1 ? " tree level)\n" : " tree levels)\n");
     return App::kExitOk;
-  }
+  };
+  if (options_.checkOnly && options_.sample == 0) return fits();
 
   std::vector<bool> used(header.size(), false);
   auto use = [&](const ColumnRef& ref) {
@@ -161,6 +166,9 @@ int Runner::Run() {
   }
   CsvRecord record(header.size());
   CsvStats stats(reader, record, used, forceText);
+  WarningCollector warnings(job, header.size());
+  stats.SetWarningCollector(&warnings);
+  if (options_.checkOnly) stats.SetRecordLimit(options_.sample);
   std::vector<int> treeColumns;
   for (const ColumnRef& ref : job.tree) treeColumns.push_back(ref.column);
   stats.SetNodeLimit(options_.maxNodes, treeColumns);
@@ -208,6 +216,13 @@ int Runner::Run() {
   if (!ReportCollector::Collect(report.root, error, stats, job, recordCountName)) {
     return Fail(dataName, error);
   }
+  report.warnings = warnings.Warnings(report.root, report.records);
+  if (!options_.quiet || options_.checkOnly) {
+    for (const ReportWarning& w : report.warnings) {
+      err_ << "stattree: warning: " << PrintableText::Escape(w.message) << "\n";
+    }
+  }
+  if (options_.checkOnly) return fits();
   return WriteReport(report);
 }
 
@@ -215,6 +230,10 @@ int Runner::WriteReport(const Report& report) {
   std::ostringstream text;
   if (options_.format == "json") {
     JsonReportWriter::Write(text, report);
+  } else if (options_.format == "csv") {
+    CsvReportWriter::Write(text, report);
+  } else if (options_.format == "html") {
+    HtmlReportWriter::Write(text, report);
   } else {
     TextReportWriter::Write(text, report);
   }
@@ -262,12 +281,15 @@ int App::Main(int argc, const char* const* argv) {
   };
   CLI::App* run = app.add_subcommand("run", "Run a job over a CSV file and print its results tree");
   addCommon(run);
-  run->add_option("--format,-f", options.format, "Report format: text (default) or json")
-      ->check(CLI::IsMember({"text", "json"}));
+  run->add_option("--format,-f", options.format,
+                  "Report format: text (default), json, csv (one row per result) or html (one "
+                  "file with charts)")
+      ->check(CLI::IsMember({"text", "json", "csv", "html"}));
   run->add_option("--output,-o", options.outputPath, "Write the report to FILE (default stdout)");
   run->add_flag("--skip-bad-rows", options.skipBadRows,
                 "Skip and count malformed rows instead of stopping");
-  run->add_flag("--quiet,-q", options.quiet, "No progress bar");
+  run->add_flag("--quiet,-q", options.quiet,
+                "No progress bar and no warnings on standard error (the report keeps them)");
   run->add_option("--max-nodes", options.maxNodes,
                   "Stop with exit code 1 before the results tree passes N nodes, each some "
                   "1-4 KiB (default " +
@@ -278,6 +300,11 @@ int App::Main(int argc, const char* const* argv) {
   CLI::App* check = app.add_subcommand(
       "check", "Check a job against a CSV file's header without processing records");
   addCommon(check);
+  check
+      ->add_option("--sample", options.sample,
+                   "Also read the first N records and print the warnings a run would give")
+      ->check(CLI::Range(0LL, std::numeric_limits<long long>::max()))
+      ->option_text("N");
 
   try {
     app.parse(argc, argv);

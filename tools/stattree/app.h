@@ -1,16 +1,18 @@
 // App: the stattree command line, from arguments to exit code.
 //
-//   stattree run DATA.csv --job JOB.json [--format text|json] [--output FILE]
-//            [--delimiter C] [--text COLUMNS] [--skip-bad-rows] [--quiet]
-//            [--max-nodes N]
+//   stattree run DATA.csv --job JOB.json [--format text|json|csv|html]
+//            [--output FILE] [--delimiter C] [--text COLUMNS] [--skip-bad-rows]
+//            [--quiet] [--max-nodes N]
 //   stattree check --job JOB.json DATA.csv [--delimiter C] [--text COLUMNS]
+//            [--sample N]
 //   stattree --help | --version
 //
 // Exit codes: 0 success; 1 bad data or job (the message names the file and
 // the line or JSON pointer), or a results tree that would pass --max-nodes;
 // 2 usage error; 130 cancelled (no report is written). Reports go to
 // standard output or --output, written only once the whole input has been
-// processed; messages go to standard error.
+// processed; messages and warnings go to standard error (warnings also
+// into the JSON and HTML reports; --quiet silences only the former).
 #ifndef STATTREE_TOOLS_APP_H_
 #define STATTREE_TOOLS_APP_H_
 

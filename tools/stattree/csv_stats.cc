@@ -1,5 +1,6 @@
 #include "tools/stattree/csv_stats.h"
 
+#include <algorithm>
 #include <memory>
 
 #include "tools/stattree/cell_converter.h"
@@ -43,6 +44,7 @@ void CsvStats::SetNodeLimit(long long maxNodes, const std::vector<int>& treeColu
 }
 
 bool CsvStats::Next() {
+  if (recordLimit_ > 0 && records_ >= recordLimit_) return false;
   switch (reader_.ReadRow(cells_)) {
     case CsvReader::Status::Row:
       break;
@@ -56,8 +58,19 @@ bool CsvStats::Next() {
   std::vector<Variant>& values = record_.Values();
   // The reader guarantees the header's width; only the columns the job
   // reads are converted.
-  for (std::size_t i = 0; i < values.size() && i < cells_.size(); ++i) {
-    if (used_[i]) CellConverter::Convert(values[i], cells_[i], forceText_[i]);
+  const std::size_t columns = std::min(values.size(), cells_.size());
+  if (warnings_ == nullptr) {
+    for (std::size_t i = 0; i < columns; ++i) {
+      if (used_[i]) CellConverter::Convert(values[i], cells_[i], forceText_[i]);
+    }
+  } else {
+    const std::vector<bool>& audited = warnings_->Audited();
+    const long long line = reader_.GetRowLine();
+    for (std::size_t i = 0; i < columns; ++i) {
+      if (!used_[i]) continue;
+      CellConverter::Convert(values[i], cells_[i], forceText_[i]);
+      if (audited[i]) warnings_->Observe(i, values[i], cells_[i], line);
+    }
   }
   if (nodeCounter_ != nullptr && nodeCounter_->Add(values) > maxNodes_) {
     nodeLimitReached_ = true;

@@ -11,6 +11,9 @@
 // ends the stream the same way, before the engine sees the record
 // (NodeCounter counts ahead of the engine).
 //
+// A WarningCollector, when set, sees the converted cells of the columns
+// it audits, in the same loop, so that warnings cost no second pass.
+//
 // The record count is unknown for a stream: GetRecordCount answers 0.
 // Thread-safety: none.
 #ifndef STATTREE_TOOLS_CSV_STATS_H_
@@ -23,6 +26,7 @@
 #include "stattree/stattree.h"
 #include "tools/stattree/csv_reader.h"
 #include "tools/stattree/node_counter.h"
+#include "tools/stattree/warning_collector.h"
 
 namespace stattree {
 namespace cli {
@@ -55,6 +59,13 @@ class CsvStats : public Stats {
   void SetNodeLimit(long long maxNodes, const std::vector<int>& treeColumns);
   bool NodeLimitReached() const { return nodeLimitReached_; }
 
+  // Shows the cells of the columns it audits to `warnings` (borrowed; may
+  // be null).
+  void SetWarningCollector(WarningCollector* warnings) { warnings_ = warnings; }
+  // Ends the stream after `records` records (0: no limit), as if the input
+  // ended there.
+  void SetRecordLimit(long long records) { recordLimit_ = records; }
+
   long long GetRecords() const { return records_; }
   bool HasDataError() const { return !dataError_.empty(); }
   // "line 7: ..." as the reader words it.
@@ -73,6 +84,8 @@ class CsvStats : public Stats {
   long long maxNodes_ = 0;
   std::unique_ptr<NodeCounter> nodeCounter_;
   bool nodeLimitReached_ = false;
+  WarningCollector* warnings_ = nullptr;
+  long long recordLimit_ = 0;
 };
 
 }  // namespace cli

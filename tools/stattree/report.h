@@ -47,6 +47,15 @@ struct NodeReport {
   std::vector<NodeReport> children;
 };
 
+// Something the job computed that is probably not what its author meant.
+// Warnings never change a number of the report.
+struct ReportWarning {
+  std::string kind;       // stable: see WarningCollector
+  std::string statistic;  // empty when the warning is about a subset
+  std::string column;
+  std::string message;  // one line, for people
+};
+
 struct Report {
   std::string dataName;
   std::string jobName;
@@ -54,6 +63,7 @@ struct Report {
   long long skippedRows = 0;
   std::vector<std::string> treeFields;
   NodeReport root;
+  std::vector<ReportWarning> warnings;
 };
 
 }  // namespace cli

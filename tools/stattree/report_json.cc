@@ -17,8 +17,11 @@ Json ToJson(const Variant& value) {
       return std::isfinite(value.GetReal()) ? Json(value.GetReal()) : Json(nullptr);
     case Variant::Kind::Text:
       return value.GetText();
-    case Variant::Kind::Empty:
     case Variant::Kind::Invalid:
+      // Its own form: a script must tell "could not compute" from "nothing
+      // to compute" (null), and no text result is an object.
+      return {{"invalid", true}};
+    case Variant::Kind::Empty:
       break;
   }
   return nullptr;
@@ -90,6 +93,14 @@ void JsonReportWriter::Write(std::ostream& out, const Report& report) {
   json["records"] = report.records;
   json["skipped_rows"] = report.skippedRows;
   json["tree"] = report.treeFields;
+  Json warnings = Json::array();
+  for (const ReportWarning& w : report.warnings) {
+    warnings.push_back({{"kind", w.kind},
+                        {"statistic", w.statistic.empty() ? Json() : Json(w.statistic)},
+                        {"column", w.column},
+                        {"message", w.message}});
+  }
+  json["warnings"] = warnings;
   json["root"] = ToJson(report.root, true);
   // Replace, not throw, on bytes that are not UTF-8: CSV text is arbitrary.
   out << json.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";

@@ -1,8 +1,10 @@
 // JsonReportWriter: the report as one JSON document for scripts.
 //
-// Key names are stable; numbers are JSON numbers, empty and invalid values
-// null. Schema (see tools/README.md):
+// Key names are stable; numbers are JSON numbers, empty values (nothing to
+// compute) null, invalid values (a result that could not be computed, such
+// as a Sum over text) {"invalid": true}. Schema (see tools/README.md):
 //   { "data", "job", "records", "skipped_rows", "tree": [field...],
+//     "warnings": [{"kind", "statistic" | null, "column", "message"}...],
 //     "root": node }
 //   node: { "field", "value", "records", "statistics": {name: statistic},
 //           "children": [node...] }            (root: field and value null)

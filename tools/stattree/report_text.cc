@@ -56,7 +56,7 @@ std::string JoinValues(const std::vector<std::string>& values) {
   return text;
 }
 
-std::string Describe(const StatisticReport& s) {
+std::string DescribeStatistic(const StatisticReport& s) {
   std::string text = s.name + " \u2014 " + s.type;
   if (!s.field.empty() && s.type != "Count") text += " of " + s.field;
   if (!s.groupingFields.empty()) {
@@ -84,11 +84,11 @@ std::string Indent(int level) { return std::string(static_cast<std::size_t>(leve
 
 void WriteScalar(std::ostream& out, const StatisticReport& s, int indent) {
   if (s.groupingName.empty()) {
-    out << Indent(indent) << Describe(s) << ": " << TextReportWriter::FormatValue(s.total.result)
-        << "\n";
+    out << Indent(indent) << DescribeStatistic(s) << ": "
+        << TextReportWriter::FormatValue(s.total.result) << "\n";
     return;
   }
-  out << Indent(indent) << Describe(s) << ":\n";
+  out << Indent(indent) << DescribeStatistic(s) << ":\n";
   std::vector<const CombinationReport*> rows;
   for (const CombinationReport& c : s.combinations) rows.push_back(&c);
   rows.push_back(&s.total);
@@ -110,14 +110,6 @@ void WriteScalar(std::ostream& out, const StatisticReport& s, int indent) {
   }
 }
 
-std::string BinValue(const Variant& value, bool percent) {
-  if (!percent) return TextReportWriter::FormatValue(value);
-  if (!value.IsNumber()) return "-";
-  char buffer[32];
-  std::snprintf(buffer, sizeof buffer, "%.1f%%", value.ToDouble());
-  return buffer;
-}
-
 void WriteBars(std::ostream& out, const StatisticReport& s, const CombinationReport& c,
                int indent) {
   std::vector<std::string> labels;
@@ -126,7 +118,7 @@ void WriteBars(std::ostream& out, const StatisticReport& s, const CombinationRep
   for (std::size_t i = 0; i < c.bins.size(); ++i) {
     labels.push_back(i < s.binLabels.size() ? s.binLabels[i] : "?");
     amounts.push_back(c.bins[i].IsNumber() ? c.bins[i].ToDouble() : 0.0);
-    texts.push_back(BinValue(c.bins[i], s.percent));
+    texts.push_back(TextReportWriter::FormatBin(c.bins[i], s.percent));
   }
   if (c.hasNotAvailable && c.notAvailable > 0) {
     labels.push_back("N/A (empty)");
@@ -149,7 +141,7 @@ void WriteBars(std::ostream& out, const StatisticReport& s, const CombinationRep
 }
 
 void WriteDistribution(std::ostream& out, const StatisticReport& s, int indent) {
-  out << Indent(indent) << Describe(s) << ":\n";
+  out << Indent(indent) << DescribeStatistic(s) << ":\n";
   if (s.groupingName.empty()) {
     WriteBars(out, s, s.total, indent + kIndentStep);
     return;
@@ -207,6 +199,18 @@ std::string TextReportWriter::FormatValue(const Variant& value) {
     std::snprintf(buffer, sizeof buffer, "%.4g", number);
   }
   return GroupThousands(buffer);
+}
+
+std::string TextReportWriter::FormatBin(const Variant& value, bool percent) {
+  if (!percent) return FormatValue(value);
+  if (!value.IsNumber()) return "-";
+  char buffer[32];
+  std::snprintf(buffer, sizeof buffer, "%.1f%%", value.ToDouble());
+  return buffer;
+}
+
+std::string TextReportWriter::Describe(const StatisticReport& statistic) {
+  return DescribeStatistic(statistic);
 }
 
 std::string TextReportWriter::Bar(double value, double maximum, int width) {

@@ -22,9 +22,13 @@ class TextReportWriter {
  public:
   static void Write(std::ostream& out, const Report& report);
 
-  // Exposed for tests.
+  // Shared with the other writers for people, so that numbers read alike.
   static std::string FormatValue(const Variant& value);
   static std::string FormatCount(long long count);
+  // A bin's count, or its percentage ("49.0%") for EnumPercent.
+  static std::string FormatBin(const Variant& value, bool percent);
+  // "Revenue — Sum of amount by channel where year = 2024".
+  static std::string Describe(const StatisticReport& statistic);
   // `width` cells of full blocks and one eighth-step partial block for
   // value/maximum.
   static std::string Bar(double value, double maximum, int width);

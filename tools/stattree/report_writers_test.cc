@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "tools/stattree/progress_bar.h"
+#include "tools/stattree/report_csv.h"
+#include "tools/stattree/report_html.h"
 #include "tools/stattree/report_text.h"
 
 namespace stattree {
@@ -21,6 +23,25 @@ TEST(TextReportWriter, BarsScaleToTheMaximumAndShowTinyAmounts) {
   EXPECT_EQ(TextReportWriter::Bar(0, 10, 4), "");
   EXPECT_EQ(TextReportWriter::Bar(20, 10, 2), "\u2588\u2588");
   EXPECT_EQ(TextReportWriter::Bar(0.001, 10, 4), "\u258F");
+}
+
+TEST(CsvReportWriter, QuotesOnlyWhatRfc4180Asks) {
+  const std::pair<std::string, std::string> cases[] = {
+      {"plain text", "plain text"},
+      {" spaced ", " spaced "},
+      {"", ""},
+      {"a,b", "\"a,b\""},
+      {"say \"hi\"", "\"say \"\"hi\"\"\""},
+      {"a\nb", "\"a\nb\""},
+      {"a\rb", "\"a\rb\""},
+  };
+  for (const auto& [cell, quoted] : cases) EXPECT_EQ(CsvReportWriter::Quote(cell), quoted);
+}
+
+TEST(HtmlReportWriter, EscapesMarkupAndAttributeQuotes) {
+  EXPECT_EQ(HtmlReportWriter::Escape("<a href='x'>\"R&D\"</a>"),
+            "&lt;a href=&#39;x&#39;&gt;&quot;R&amp;D&quot;&lt;/a&gt;");
+  EXPECT_EQ(HtmlReportWriter::Escape("\xc3\xa9 plain"), "\xc3\xa9 plain");
 }
 
 TEST(ProgressBar, LineShowsFractionCountAndRate) {

@@ -3,6 +3,7 @@
 #include <signal.h>
 #include <sys/ioctl.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <nlohmann/json.hpp>
@@ -123,7 +124,9 @@ TEST(ToolRun, TextReportFromStandardInput) {
       });
   ASSERT_EQ(r.exitCode, 0) << r.err;
   EXPECT_EQ(r.out, "");
-  EXPECT_EQ(r.err, "stattree: warning: <stdin>: skipped 2 bad rows\n");
+  EXPECT_EQ(r.err,
+            "stattree: warning: <stdin>: skipped 2 bad rows\n"
+            "stattree: warning: subset \"year=2022\" (used by Smallest) matched no record\n");
   const std::string bar = "\u2588";
   const std::string oneOfFour = Repeat(bar, 7) + "\u258C" + std::string(22, ' ') + "  1\n";
   const std::string statistics =
@@ -206,7 +209,7 @@ TEST(ToolCommands, ExitCodeAndMessages) {
       {{"run", "D"}, 2, "stattree: error: --job is required" + usage},
       {{"run", "D", "--job", "J", "--format", "xml"},
        2,
-       "stattree: error: --format: xml not in {text,json}" + usage},
+       "stattree: error: --format: xml not in {text,json,csv,html}" + usage},
       {{"run", "D", "--job", "J", "--delimiter", "ab"},
        2,
        "stattree: error: --delimiter: expected one character (or tab), other than a quote or a "
@@ -298,6 +301,160 @@ TEST(ToolCommands, ExitCodeAndMessages) {
       EXPECT_EQ(r.out, "");
     }
   }
+}
+
+// Null is "nothing to compute"; invalid has its own form.
+TEST(ToolRun, JsonTellsInvalidFromNoValue) {
+  ScratchDir dir;
+  const ToolResult r =
+      RunTool({"run", dir.Write("d.csv", "amount,year\n5,2023\nn/a,2023\n"), "--job",
+               dir.Write("j.json", R"({"statistics": {"sum": {"type": "Sum", "field": "amount"},
+           "none": {"type": "Average", "field": "amount", "subset": {"where": {"year": 1999}}}}})"),
+               "--format", "json", "--quiet"});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  EXPECT_EQ(r.err, "");
+  const json report = Parse(r);
+  EXPECT_EQ(report["root"]["statistics"]["sum"]["total"]["result"], json({{"invalid", true}}));
+  EXPECT_TRUE(report["root"]["statistics"]["none"]["total"]["result"].is_null());
+  // --quiet keeps the report's copy of the warnings.
+  EXPECT_EQ(report["warnings"], json::parse(R"([
+      {"kind": "text_in_numeric_column", "statistic": "sum", "column": "amount",
+       "message": "sum \u2014 Sum of amount: 1 of 2 cells are not numbers, e.g. line 3: \"n/a\""},
+      {"kind": "text_in_numeric_column", "statistic": "none", "column": "amount",
+       "message":
+         "none \u2014 Average of amount: 1 of 2 cells are not numbers, e.g. line 3: \"n/a\""},
+      {"kind": "subset_matched_nothing", "statistic": null, "column": "year",
+       "message": "subset \"year=1999\" (used by none) matched no record"}])"));
+  // The page lists them first, escaped.
+  const ToolResult page = RunTool(
+      {"run", dir.Path("d.csv"), "--job", dir.Path("j.json"), "--format", "html", "--quiet"});
+  ASSERT_EQ(page.exitCode, 0) << page.err;
+  EXPECT_NE(page.out.find("<section class=\"warnings\"><h2>Warnings</h2>\n<ul>\n"
+                          "<li>sum \u2014 Sum of amount: 1 of 2 cells are not numbers, e.g. line "
+                          "3: &quot;n/a&quot;</li>\n"),
+            std::string::npos)
+      << page.out;
+}
+
+struct WarningCase {
+  std::string csv;
+  std::string statistics;  // the job's "statistics" object
+  std::string err;         // all of standard error
+};
+
+TEST(ToolWarnings, PitfallsAreNamedOnStandardError) {
+  const WarningCase cases[] = {
+      // Every numeric type, one example each: the first text cell.
+      {"amount\n1\nn/a\n2\n-\n",
+       R"({"s": {"type": "Sum", "field": "amount"}, "a": {"type": "Average", "field": "amount"},
+           "d": {"type": "StdDev", "field": "amount"}, "lo": {"type": "Min", "field": "amount"},
+           "hi": {"type": "Max", "field": "amount"},
+           "h": {"type": "Histogram1", "field": "amount",
+                 "histogram": {"start": 0, "width": 1, "count": 2}},
+           "n": {"type": "CountValid", "field": "amount"}})",
+       "stattree: warning: s \u2014 Sum of amount: 2 of 4 cells are not numbers, e.g. line 3: "
+       "\"n/a\"\n"
+       "stattree: warning: a \u2014 Average of amount: 2 of 4 cells are not numbers, e.g. line 3: "
+       "\"n/a\"\n"
+       "stattree: warning: d \u2014 StdDev of amount: 2 of 4 cells are not numbers, e.g. line 3: "
+       "\"n/a\"\n"
+       "stattree: warning: lo \u2014 Min of amount: 2 of 4 cells are not numbers, e.g. line 3: "
+       "\"n/a\"\n"
+       "stattree: warning: hi \u2014 Max of amount: 2 of 4 cells are not numbers, e.g. line 3: "
+       "\"n/a\"\n"
+       "stattree: warning: h \u2014 Histogram1 of amount: 2 of 4 cells are not numbers, e.g. line "
+       "3: \"n/a\"\n"},
+      // Empty cells are no text; a long example is cut, control bytes shown.
+      {"amount,k\n1,a\n,b\n" + std::string(30, 'x') + "\x1b" + std::string(20, 'y') + ",c\n",
+       R"({"s": {"type": "Sum", "field": "amount"}})",
+       "stattree: warning: s \u2014 Sum of amount: 1 of 3 cells are not numbers, e.g. line 4: \"" +
+           std::string(30, 'x') + "\\x1b" + std::string(9, 'y') + "\u2026\"\n"},
+      // "5.0" is read as the number 5, whose text is "5".
+      {"size\n5.0\n6\n", R"({"e": {"type": "EnumCount", "field": "size", "values": ["5.0", "6"]}})",
+       "stattree: warning: e \u2014 EnumCount of size: the value \"5.0\" matched no record, but "
+       "the column size holds the same number written differently (e.g. line 2: \"5.0\", read "
+       "as 5)\n"},
+      // Cells that are not canonical numbers stay text.
+      {"zip,amount\n07,1\n08,2\n",
+       R"({"s": {"type": "Sum", "field": "amount", "subset": {"where": {"zip": 7}}},
+           "t": {"type": "Max", "field": "amount", "subset": {"where": {"zip": 7}}}})",
+       "stattree: warning: subset \"zip=7\": the value \"7\" matched no record, but the column "
+       "zip holds the same number written differently (e.g. line 2: \"07\", read as text)\n"
+       "stattree: warning: subset \"zip=7\" (used by s, t) matched no record\n"},
+      // A value matched once is no pitfall, whatever else the column holds.
+      {"size\n5.0\n5\n", R"({"e": {"type": "EnumPercent", "field": "size", "values": ["5"]},
+           "s": {"type": "Count", "subset": {"where": {"size": 5}}}})",
+       ""},
+  };
+  for (const WarningCase& c : cases) {
+    SCOPED_TRACE(c.statistics);
+    ScratchDir dir;
+    const std::string csv = dir.Write("d.csv", c.csv);
+    const std::string job = dir.Write("j.json", "{\"statistics\": " + c.statistics + "}");
+    ToolResult r = RunTool({"run", csv, "--job", job, "--format", "json"});
+    EXPECT_EQ(r.exitCode, 0);
+    EXPECT_EQ(r.err, c.err);
+    EXPECT_EQ(Parse(r)["warnings"].size(),
+              static_cast<std::size_t>(std::count(c.err.begin(), c.err.end(), '\n')));
+    r = RunTool({"run", csv, "--job", job, "--quiet"});
+    EXPECT_EQ(r.exitCode, 0);
+    EXPECT_EQ(r.err, "");
+  }
+}
+
+// check --sample reads only the first records, and writes no report.
+TEST(ToolWarnings, CheckSampleWarnsFromTheFirstRecords) {
+  ScratchDir dir;
+  const std::string job =
+      dir.Write("j.json", R"({"statistics": {"s": {"type": "Sum", "field": "amount"}}})");
+  const std::string csv = dir.Write("d.csv", "amount\n1\n2\nn/a\n");
+  const std::string fits = job + ": fits " + csv + " (1 columns, 1 statistics, 0 tree levels)\n";
+  ToolResult r = RunTool({"check", "--job", job, csv, "--sample", "2"});
+  EXPECT_EQ(r.exitCode, 0);
+  EXPECT_EQ(r.out, fits);
+  EXPECT_EQ(r.err, "");
+  r = RunTool({"check", "--job", job, csv, "--sample", "3"});
+  EXPECT_EQ(r.exitCode, 0);
+  EXPECT_EQ(r.out, fits);
+  EXPECT_EQ(r.err,
+            "stattree: warning: s \u2014 Sum of amount: 1 of 3 cells are not numbers, e.g. line "
+            "4: \"n/a\"\n");
+}
+
+// The long table, whole: a transparent node's child takes its own level's
+// column, a grouping field gets a column, the fixed names win.
+TEST(ToolRun, CsvReportIsOneTidyTable) {
+  ScratchDir dir;
+  const ToolResult r = RunTool(
+      {"run",
+       dir.Write("d.csv",
+                 "region,bin,channel,amount\nNorth,a,Web,10\n,b,\"Sh,op\",2.5\nNorth,a,Web,x\n"),
+       "--job", dir.Write("j.json", R"({"tree": ["region", "bin"], "statistics": {
+           "sum": {"type": "Sum", "field": "amount", "grouping": {"fields": ["channel"]}},
+           "ch": {"type": "EnumCount", "field": "channel", "values": ["Web"]}}})"),
+       "--format", "csv", "--quiet"});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  // Sum over "x" is invalid; "Sh,op" matches no enumeration value.
+  EXPECT_EQ(r.out,
+            "region,bin (tree),statistic,type,field,subset,grouping,total,channel,bin,value,status,"
+            "records\r\n"
+            ",,sum,Sum,amount,,channel,false,\"Sh,op\",,2.5,ok,1\r\n"
+            ",,sum,Sum,amount,,channel,false,Web,,,invalid,2\r\n"
+            ",,sum,Sum,amount,,channel,true,,,,invalid,3\r\n"
+            ",,ch,EnumCount,channel,,,true,,Web,2,ok,3\r\n"
+            ",,ch,EnumCount,channel,,,true,,N/A (empty),0,ok,3\r\n"
+            "North,,sum,Sum,amount,,channel,false,Web,,,invalid,2\r\n"
+            "North,,sum,Sum,amount,,channel,true,,,,invalid,2\r\n"
+            "North,,ch,EnumCount,channel,,,true,,Web,2,ok,2\r\n"
+            "North,,ch,EnumCount,channel,,,true,,N/A (empty),0,ok,2\r\n"
+            "North,a,sum,Sum,amount,,channel,false,Web,,,invalid,2\r\n"
+            "North,a,sum,Sum,amount,,channel,true,,,,invalid,2\r\n"
+            "North,a,ch,EnumCount,channel,,,true,,Web,2,ok,2\r\n"
+            "North,a,ch,EnumCount,channel,,,true,,N/A (empty),0,ok,2\r\n"
+            ",b,sum,Sum,amount,,channel,false,\"Sh,op\",,2.5,ok,1\r\n"
+            ",b,sum,Sum,amount,,channel,true,,,2.5,ok,1\r\n"
+            ",b,ch,EnumCount,channel,,,true,,Web,0,ok,1\r\n"
+            ",b,ch,EnumCount,channel,,,true,,N/A (empty),0,ok,1\r\n");
 }
 
 // Ctrl-C while the engine waits for records: exit 130, no report.
