@@ -33,6 +33,37 @@ int FrameStats::GetRecordCount() {
   return static_cast<int>(table_.rows < kMax ? table_.rows : kMax);
 }
 
+void FrameStats::SetWarningCollector(cli::WarningCollector* warnings, const cli::Job& job) {
+  warnings_ = warnings;
+  numberText_.assign(table_.columns.size(), false);
+  auto compared = [this](const cli::ColumnRef& ref) {
+    if (ref.column >= 0 && static_cast<std::size_t>(ref.column) < numberText_.size()) {
+      numberText_[static_cast<std::size_t>(ref.column)] = true;
+    }
+  };
+  for (const cli::StatisticSpec& spec : job.statistics) {
+    if (spec.hasValues) compared(spec.field);
+    for (const cli::SubsetCondition& condition : spec.where) compared(condition.column);
+  }
+}
+
+void FrameStats::Observe(std::size_t row) {
+  static const std::string kNoText;
+  const std::vector<bool>& audited = warnings_->Audited();
+  const long long line = static_cast<long long>(row) + 2;
+  for (std::size_t i = 0; i < audited.size() && i < table_.columns.size(); ++i) {
+    if (!audited[i] || !table_.columns[i].Read(cell_, row)) continue;
+    if (cell_.IsText()) {
+      warnings_->Observe(i, cell_, cell_.GetText(), line);
+    } else if (cell_.IsNumber() && numberText_[i]) {
+      cellText_ = cell_.ToString();
+      warnings_->Observe(i, cell_, cellText_, line);
+    } else {
+      warnings_->Observe(i, cell_, kNoText, line);
+    }
+  }
+}
+
 double FrameStats::MaxNodes(const std::vector<int>& treeColumns) const {
   // Each level has at most one node per distinct path of values down to
   // it: no more than the rows, nor than the product of the levels' value
@@ -80,6 +111,7 @@ bool FrameStats::MoveTo(std::size_t row) {
       return false;
     }
   }
+  if (warnings_ != nullptr) Observe(row);
   record_.SetRow(row);
   next_ = row + 1;
   return true;

@@ -19,6 +19,7 @@
 #include "python/src/frame_table.h"
 #include "stattree/stattree.h"
 #include "tools/stattree/node_counter.h"
+#include "tools/stattree/warning_collector.h"
 
 namespace stattree {
 namespace python {
@@ -52,10 +53,14 @@ class FrameStats : public Stats {
   // down. Rows are counted only when the table could make more nodes.
   void SetNodeLimit(long long maxNodes, const std::vector<int>& treeColumns);
   bool NodeLimitReached() const { return nodeLimitReached_; }
+  // Borrowed; null for none. `job` is the collector's, resolved against
+  // the table.
+  void SetWarningCollector(cli::WarningCollector* warnings, const cli::Job& job);
   long long GetRecords() const { return static_cast<long long>(next_); }
 
  private:
   bool MoveTo(std::size_t row);
+  void Observe(std::size_t row);
   // An upper bound of the tree's nodes over this table.
   double MaxNodes(const std::vector<int>& treeColumns) const;
 
@@ -67,6 +72,12 @@ class FrameStats : public Stats {
   std::vector<Variant> treeValues_;
   std::unique_ptr<cli::NodeCounter> nodeCounter_;
   bool nodeLimitReached_ = false;
+  cli::WarningCollector* warnings_ = nullptr;
+  // Per column: whether a number's text may serve as an example (the
+  // column is compared with enumeration or subset values).
+  std::vector<bool> numberText_;
+  Variant cell_;
+  std::string cellText_;
 };
 
 }  // namespace python

@@ -13,6 +13,7 @@
 #include "tools/stattree/definition_builder.h"
 #include "tools/stattree/job_loader.h"
 #include "tools/stattree/report_collector.h"
+#include "tools/stattree/warning_collector.h"
 
 namespace stattree {
 namespace python {
@@ -117,6 +118,11 @@ RunOutcome Run(const cli::Job& job, const JobRunner::Options& options, MakeHost 
   return outcome;
 }
 
+void AddWarnings(RunOutcome& outcome, const cli::WarningCollector& warnings) {
+  if (outcome.status != RunOutcome::Status::Ok) return;
+  outcome.report.warnings = warnings.Warnings(outcome.report.root, outcome.report.records);
+}
+
 }  // namespace
 
 RunOutcome JobRunner::RunFrame(const cli::Job& loaded, const FrameTable& table,
@@ -126,9 +132,17 @@ RunOutcome JobRunner::RunFrame(const cli::Job& loaded, const FrameTable& table,
   std::vector<std::string> errors;
   if (!cli::JobLoader::Resolve(job, errors, table.names)) return BadInput(options.jobName, errors);
   FrameRecord record(table);
-  return Run<FrameStats>(
-      job, options, [&] { return std::make_unique<FrameStats>(table, record); },
+  cli::WarningCollector warnings(job, table.columns.size());
+  RunOutcome outcome = Run<FrameStats>(
+      job, options,
+      [&] {
+        auto stats = std::make_unique<FrameStats>(table, record);
+        stats->SetWarningCollector(&warnings, job);
+        return stats;
+      },
       [](const FrameStats&) { return std::string(); });
+  AddWarnings(outcome, warnings);
+  return outcome;
 }
 
 RunOutcome JobRunner::RunCsv(const cli::Job& loaded, const std::string& path,
@@ -175,11 +189,17 @@ RunOutcome JobRunner::RunCsv(const cli::Job& loaded, const std::string& path,
     for (const cli::SubsetCondition& c : spec.where) use(c.column);
   }
   cli::CsvRecord record(header.size());
+  cli::WarningCollector warnings(job, header.size());
   RunOutcome outcome = Run<cli::CsvStats>(
       job, options,
-      [&] { return std::make_unique<cli::CsvStats>(reader, record, used, forceText); },
+      [&] {
+        auto stats = std::make_unique<cli::CsvStats>(reader, record, used, forceText);
+        stats->SetWarningCollector(&warnings);
+        return stats;
+      },
       [](const cli::CsvStats& s) { return s.HasDataError() ? s.GetDataError() : std::string(); });
   outcome.report.skippedRows = reader.GetSkippedRows();
+  AddWarnings(outcome, warnings);
   return outcome;
 }
 

@@ -93,7 +93,10 @@ def _plain(value):
 def _answer(answer):
     kind, payload = answer
     if kind == "ok":
-        return Report(payload)
+        report = Report(payload)
+        for warning in report.warnings:
+            warnings.warn(warning["message"], stacklevel=3)
+        return report
     if kind == "bad":
         raise JobError(payload)
     raise EngineError(payload["context"], payload["code"], payload["message"], payload["detail"],
@@ -222,6 +225,13 @@ class Report:
     @property
     def skipped_rows(self):
         return self._document["skipped_rows"]
+
+    @property
+    def warnings(self):
+        """What the job probably did not mean, as the tool reports it (kind,
+        statistic, column, message); each was also issued as a Python
+        warning when the run ended."""
+        return [dict(w) for w in self._document.get("warnings", [])]
 
     @property
     def tree(self):

@@ -155,3 +155,18 @@ def test_a_signal_handler_stops_a_run():
         signal.setitimer(signal.ITIMER_REAL, 0)
         signal.signal(signal.SIGALRM, previous)
     assert job.run(frame.iloc[:10]).root.statistic("s").value == 10
+
+
+@pytest.mark.parametrize("column, statistic, message", [
+    (["1", "x", "y"], {"type": "Sum", "field": "c"},
+     's — Sum of c: 2 of 3 cells are not numbers, e.g. line 3: "x"'),
+    ([5, 6, 5], {"type": "EnumCount", "field": "c", "values": ["5.0"]},
+     's — EnumCount of c: the value "5.0" matched no record, but the column c holds the same '
+     'number written differently (e.g. line 2: "5", read as 5)'),
+])
+def test_report_warnings_are_the_tools_and_python_warnings(column, statistic, message):
+    job = stattree.Job(statistics={"s": statistic})
+    with pytest.warns(UserWarning) as issued:
+        report = job.run(pd.DataFrame({"c": column}))
+    assert [w["message"] for w in report.warnings] == [message]
+    assert [str(w.message) for w in issued] == [message]
