@@ -33,9 +33,11 @@
 #include <string_view>
 #include <utility>
 
+#include "stattree/export.h"
+
 namespace stattree {
 
-class Variant {
+class STATTREE_EXPORT Variant {
  public:
   enum class Kind : int { Empty, Integer, Real, Text, Invalid };
 

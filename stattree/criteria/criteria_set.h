@@ -31,12 +31,13 @@
 #include "stattree/boundary/variant.h"
 #include "stattree/criteria/criteria.h"
 #include "stattree/criteria/criteria_term.h"
+#include "stattree/export.h"
 
 namespace stattree {
 
 class RecordCache;
 
-class CriteriaSet {
+class STATTREE_EXPORT CriteriaSet {
  public:
   CriteriaSet() = default;
   CriteriaSet(const CriteriaSet& other);
