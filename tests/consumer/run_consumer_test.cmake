@@ -1,8 +1,8 @@
 # Installs the built library into a scratch prefix and builds the consumer
 # against it, once through the CMake package and once through pkg-config.
 # For a Windows build (TOOLCHAIN_FILE set) the consumer is cross-built, gets
-# stattree.dll copied beside it as a Windows host would, and runs through
-# EMULATOR (a list joined with "|").
+# the installed DLLs copied beside it as a Windows host would, and runs
+# through EMULATOR (a list joined with "|").
 file(REMOVE_RECURSE "${WORK_DIR}")
 set(prefix "${WORK_DIR}/prefix")
 string(REPLACE "|" ";" emulator "${EMULATOR}")
@@ -27,8 +27,9 @@ if(TOOLCHAIN_FILE)
 endif()
 run(${CMAKE_COMMAND} -S "${CONSUMER_SOURCE_DIR}" -B "${WORK_DIR}/build" ${consumer_flags})
 run(${CMAKE_COMMAND} --build "${WORK_DIR}/build")
+file(GLOB dlls "${prefix}/bin/*.dll")
 if(TOOLCHAIN_FILE)
-  file(COPY "${prefix}/bin/stattree.dll" DESTINATION "${WORK_DIR}/build")
+  file(COPY ${dlls} DESTINATION "${WORK_DIR}/build")
 endif()
 run(${emulator} "${WORK_DIR}/build/consumer${EXECUTABLE_SUFFIX}")
 message(STATUS "find_package consumer: ${last_output}")
@@ -46,7 +47,7 @@ get_filename_component(libdir "${pc_dir}" DIRECTORY)
 set(pc_dir_out "${WORK_DIR}/pc")
 file(MAKE_DIRECTORY "${pc_dir_out}")
 if(TOOLCHAIN_FILE)
-  file(COPY "${prefix}/bin/stattree.dll" DESTINATION "${pc_dir_out}")
+  file(COPY ${dlls} DESTINATION "${pc_dir_out}")
 else()
   list(APPEND flags "-Wl,-rpath,${libdir}")
 endif()

@@ -1,9 +1,11 @@
-// Dumps are bytes whatever the host's locale: neither the locale of the
-// stream it passes (digit grouping, a decimal comma) nor the process's C
-// locale may change a character of them.
+// What must not differ between Linux and Windows: integers keep 64 bits
+// whatever the size of long (32 bits on Windows), and dumps are bytes
+// whatever the host's locale.
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <clocale>
+#include <cstdint>
 #include <locale>
 #include <memory>
 #include <sstream>
@@ -22,6 +24,28 @@ using testing::MapRecord;
 
 constexpr int kColumn = 1;
 constexpr int kRecords = 1234;
+
+TEST(Portability, IntegersKeep64BitsFromEveryIntegerType) {
+  const struct {
+    Variant value;
+    std::string text;
+  } cases[] = {
+      {Variant(INT64_MAX), "9223372036854775807"},
+      {Variant(INT64_MIN), "-9223372036854775808"},
+      {Variant(std::int64_t{1} << 40), "1099511627776"},
+      {Variant(LLONG_MAX), "9223372036854775807"},
+      {Variant(LONG_MIN), std::to_string(LONG_MIN)},
+      {Variant(INT_MIN), "-2147483648"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_TRUE(c.value.IsInteger()) << c.text;
+    EXPECT_EQ(c.value.ToString(), c.text);
+  }
+  // Beyond 32 bits the arithmetic stays integer.
+  Variant sum = Variant(INT64_C(4000000000)) + Variant(INT64_C(4000000000));
+  EXPECT_TRUE(sum.IsInteger());
+  EXPECT_EQ(sum.ToString(), "8000000000");
+}
 
 class GroupingComma : public std::numpunct<char> {
  protected:
