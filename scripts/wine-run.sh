@@ -25,11 +25,15 @@ mkdir -p "$prefix"
 export WINEPREFIX="$prefix"
 export WINEDEBUG=-all
 export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d"
-if [ ! -f "$prefix/system.reg" ]; then
+booted="$prefix/.booted"
+if [ ! -f "$booted" ]; then
   (
     flock 9
-    [ -f "$prefix/system.reg" ] || "$wine" wineboot --init >/dev/null 2>&1 || true
-    "$(dirname "$wine")/wineserver" -w 2>/dev/null || wineserver -w 2>/dev/null || true
+    if [ ! -f "$booted" ]; then
+      "$wine" wineboot --init >/dev/null 2>&1 || true
+      "$(dirname "$wine")/wineserver" -w 2>/dev/null || wineserver -w 2>/dev/null || true
+      touch "$booted"
+    fi
   ) 9>"$prefix.lock"
 fi
 
