@@ -3,7 +3,7 @@ BUILD_DIR   ?= build
 ASAN_DIR    ?= build-asan
 RELEASE_DIR ?= build-release
 WINDOWS_DIR ?= build-windows
-WINDOWS_ABS :=  $(abspath $(WINDOWS_DIR))
+WINDOWS_ABS := $(abspath $(WINDOWS_DIR))
 JOBS        ?= $(shell nproc 2>/dev/null || echo 2)
 CTEST_FLAGS ?= --output-on-failure -j$(JOBS)
 
