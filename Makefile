@@ -41,7 +41,7 @@ clean:
 # command-line tool stays out: its libraries and tests are Linux-only.
 test-windows:
 	JOBS=$(JOBS) bash scripts/install-windows-deps.sh $(WINDOWS_ABS)/gtest
-	cmake -S . -B $(WINDOWS_DIR) -DCMAKE_TOOLCHAIN_FILE=cmake/mingw-w64-x86_64.cmake \
+	cmake -S . -B $(WINDOWS_DIR) -DCMAKE_TOOLCHAIN_FILE=$(CURDIR)/cmake/mingw-w64-x86_64.cmake \
 	  -DCMAKE_BUILD_TYPE=RelWithDebInfo -DSTATTREE_BUILD_TOOLS=OFF -DSTATTREE_BUILD_BENCH=OFF \
 	  -DGTest_DIR=$(WINDOWS_ABS)/gtest/lib/cmake/GTest
 	cmake --build $(WINDOWS_DIR) -j$(JOBS)

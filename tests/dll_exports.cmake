@@ -24,7 +24,7 @@ set(expected
   "typeinfo for stattree::Stats"
   "stattree::Stats::sErrorInfoTable"
   "stattree::TreeNode::sEmptyNodeName[abi:cxx11]"
-  "stattree::Variant::Variant(int)")
+  "stattree::Variant::Variant(char const*)")
 foreach(class StatsDefn CriteriaSet TreeNode NodeResults SubsetResults GroupingResults StatsSet)
   list(APPEND expected "stattree::${class}::${class}(stattree::${class} const&)")
 endforeach()
