@@ -13,9 +13,9 @@
 #include <vector>
 
 #include "stattree/criteria/criteria_set.h"
-#include "stattree/criteria/criteria_test_util.h"
 #include "stattree/statistics/enum_result.h"
 #include "stattree/statistics/stats_result.h"
+#include "tests/test_util.h"
 
 namespace stattree {
 namespace {
