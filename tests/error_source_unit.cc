@@ -1,6 +1,6 @@
 // HeldError for the tests built from the library's objects: the library's
 // own error manager.
-#include "stattree/engine/error_reporting.h"
+#include "stattree/boundary/error_reporting.h"
 #include "tests/test_util.h"
 
 namespace stattree {

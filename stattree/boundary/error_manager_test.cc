@@ -7,9 +7,9 @@
 #include <sstream>
 #include <string>
 
+#include "stattree/boundary/error_reporting.h"
+#include "stattree/boundary/error_table.h"
 #include "stattree/boundary/record_error.h"
-#include "stattree/engine/error_reporting.h"
-#include "stattree/engine/error_table.h"
 #include "tests/test_util.h"
 
 namespace stattree {

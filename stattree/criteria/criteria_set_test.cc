@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "stattree/boundary/error_reporting.h"
 #include "stattree/boundary/record_cache.h"
-#include "stattree/engine/error_reporting.h"
 #include "tests/test_util.h"
 
 namespace stattree {

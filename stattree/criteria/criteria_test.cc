@@ -6,11 +6,11 @@
 #include <utility>
 #include <vector>
 
+#include "stattree/boundary/error_reporting.h"
 #include "stattree/criteria/always_pass_criteria.h"
 #include "stattree/criteria/multiple_criteria.h"
 #include "stattree/criteria/range_criteria.h"
 #include "stattree/criteria/single_criteria.h"
-#include "stattree/engine/error_reporting.h"
 #include "tests/test_util.h"
 
 namespace stattree {

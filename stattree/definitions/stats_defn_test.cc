@@ -15,8 +15,8 @@
 namespace stattree {
 namespace {
 
-using testing::ExpectRefused;
 using testing::Dump;
+using testing::ExpectRefused;
 using testing::FullDefn;
 using testing::MakeField;
 using testing::MakePair;

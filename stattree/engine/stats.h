@@ -45,7 +45,6 @@
 #include "stattree/boundary/stats_record.h"
 #include "stattree/boundary/variant.h"
 #include "stattree/definitions/stats_defn.h"
-#include "stattree/engine/error_table.h"
 #include "stattree/export.h"
 #include "stattree/results/node_results.h"
 #include "stattree/results/tree_node.h"

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "stattree/boundary/error_reporting.h"
 #include "stattree/boundary/record_cache.h"
 #include "stattree/criteria/always_pass_criteria.h"
-#include "stattree/engine/error_reporting.h"
 #include "tests/test_util.h"
 
 namespace stattree {

@@ -6,7 +6,7 @@
 #include <sstream>
 #include <string>
 
-#include "stattree/engine/error_reporting.h"
+#include "stattree/boundary/error_reporting.h"
 #include "tests/test_util.h"
 
 namespace stattree {

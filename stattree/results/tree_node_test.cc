@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "stattree/engine/error_reporting.h"
+#include "stattree/boundary/error_reporting.h"
 #include "tests/test_util.h"
 
 namespace stattree {

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <utility>
 
+#include "stattree/boundary/error_reporting.h"
 #include "stattree/criteria/criteria_set.h"
-#include "stattree/engine/error_reporting.h"
 
 namespace stattree {
 

@@ -8,8 +8,8 @@
 #include <tuple>
 #include <vector>
 
+#include "stattree/boundary/error_reporting.h"
 #include "stattree/criteria/criteria_set.h"
-#include "stattree/engine/error_reporting.h"
 #include "tests/test_util.h"
 
 namespace stattree {

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "stattree/engine/error_reporting.h"
+#include "stattree/boundary/error_reporting.h"
 #include "stattree/statistics/scalar_results.h"
 #include "tests/test_util.h"
 
