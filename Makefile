@@ -2,10 +2,12 @@
 BUILD_DIR   ?= build
 ASAN_DIR    ?= build-asan
 RELEASE_DIR ?= build-release
+WINDOWS_DIR ?= build-windows
+WINDOWS_ABS := $(abspath $(WINDOWS_DIR))
 JOBS        ?= $(shell nproc 2>/dev/null || echo 2)
 CTEST_FLAGS ?= --output-on-failure -j$(JOBS)
 
-.PHONY: all deps deps-test build test test-plain test-sanitize install clean
+.PHONY: all deps deps-test build test test-plain test-sanitize test-windows install clean
 
 all: build
 
@@ -36,8 +38,27 @@ test-sanitize: deps deps-test
 	UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
 	  ctest --test-dir $(ASAN_DIR) $(CTEST_FLAGS)
 
+# The Python package (README, "Python"): the module in $(BUILD_DIR)/python,
+# used with PYTHONPATH=$(BUILD_DIR)/python and Debian's /usr/bin/python3.
+.PHONY: python
+python: deps
+	cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo
+	cmake --build $(BUILD_DIR) -j$(JOBS) --target stattree_python
+
 clean:
-	rm -rf $(BUILD_DIR) $(ASAN_DIR) $(RELEASE_DIR)
+	rm -rf $(BUILD_DIR) $(ASAN_DIR) $(RELEASE_DIR) $(WINDOWS_DIR)
+
+# The library as stattree.dll (README, "Windows"): a MinGW-w64 cross build
+# whose test suite runs under Wine. Installs the tool chain, Wine and a
+# GoogleTest built for the target when missing; CI does not run it. The
+# command-line tool stays out: its libraries and tests are Linux-only.
+test-windows:
+	JOBS=$(JOBS) bash scripts/install-windows-deps.sh $(WINDOWS_ABS)/gtest
+	cmake -S . -B $(WINDOWS_DIR) -DCMAKE_TOOLCHAIN_FILE=$(CURDIR)/cmake/mingw-w64-x86_64.cmake \
+	  -DCMAKE_BUILD_TYPE=RelWithDebInfo -DSTATTREE_BUILD_TOOLS=OFF -DSTATTREE_BUILD_BENCH=OFF \
+	  -DGTest_DIR=$(WINDOWS_ABS)/gtest/lib/cmake/GTest
+	cmake --build $(WINDOWS_DIR) -j$(JOBS)
+	ctest --test-dir $(WINDOWS_DIR) $(CTEST_FLAGS)
 
 # The benchmark (bench/README.md): a Release build, then one run that prints
 # the table. Takes several minutes; CI builds the program but never runs it.
@@ -74,6 +95,18 @@ bench-tool: deps
 	/usr/bin/python3 bench/peers/tool_bench.py --bench $(RELEASE_DIR)/bench/stattree_bench \
 	  --stattree $(RELEASE_DIR)/tools/stattree --folder $(PEER_DIR)/tool \
 	  --records $(TOOL_RECORDS)
+
+# The Python package's job.run(df) against pandas' groupby on one DataFrame
+# of W1 rows (bench/README.md). PYTHON_RECORDS sets the sizes.
+PYTHON_RECORDS ?= 100000 1000000
+.PHONY: bench-python
+bench-python: deps
+	cmake -S . -B $(RELEASE_DIR) -DCMAKE_BUILD_TYPE=Release -DSTATTREE_BUILD_BENCH=ON \
+	  -DSTATTREE_BUILD_TOOLS=ON -DSTATTREE_BUILD_TESTS=OFF
+	cmake --build $(RELEASE_DIR) -j$(JOBS) --target stattree_bench stattree_python
+	PYTHONPATH=$(RELEASE_DIR)/python /usr/bin/python3 bench/peers/python_bench.py \
+	  --bench $(RELEASE_DIR)/bench/stattree_bench --folder $(PEER_DIR)/python \
+	  --records $(PYTHON_RECORDS)
 
 # The tool on the bundled example data (tools/README.md): installs what is
 # missing, builds in Release mode, prints the report and writes its HTML

@@ -4,7 +4,8 @@
 set -euo pipefail
 
 packages=(cmake make g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev libsqlite3-dev
-          libcsv-dev nlohmann-json3-dev libcli11-dev "$@")
+          libcsv-dev nlohmann-json3-dev libcli11-dev pybind11-dev python3-dev python3-pytest
+          python3-pandas python3-numpy "$@")
 
 missing=()
 for p in "${packages[@]}"; do

@@ -29,7 +29,6 @@
 #include "stattree/statistics/stats_result.h"
 
 // results
-#include "stattree/results/first_match_index.h"
 #include "stattree/results/grouping_results.h"
 #include "stattree/results/node_results.h"
 #include "stattree/results/stats_set.h"
@@ -37,8 +36,6 @@
 #include "stattree/results/tree_node.h"
 
 // engine
-#include "stattree/engine/error_reporting.h"
-#include "stattree/engine/error_table.h"
 #include "stattree/engine/stats.h"
 
 #endif  // STATTREE_STATTREE_H_

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "stattree/stattree.h"
+#include "tests/test_util.h"
 
 namespace stattree {
 namespace testing {
@@ -131,34 +132,6 @@ class CountingProgress : public ProgressManager {
   int done = 0;
   Callback onCall;
 };
-
-// The error currently set, for assertions.
-struct ErrorSnapshot {
-  bool set = false;
-  int code = 0;
-  int second = 0;
-  std::string message;
-  bool flag = false;
-  std::string detail;
-  std::vector<int> locations;
-
-  static ErrorSnapshot Take() {
-    ErrorSnapshot s;
-    s.set = Stats::GetError(s.code, s.second, s.message, s.flag);
-    s.detail = Stats::GetErrorDetail();
-    s.locations = Stats::GetErrorLocations();
-    return s;
-  }
-};
-
-inline Field MakeField(const std::string& name, int colNum) { return Field{name, colNum}; }
-
-inline StatsDefn MakeDefn(const std::string& name, const std::string& fieldName, int colNum,
-                          StatsDefn::StatsType type) {
-  StatsDefn definition;
-  definition.Initialize(name, MakeField(fieldName, colNum), type);
-  return definition;
-}
 
 // A grouping, an enumeration (grouped too), a subset and a histogram over
 // rows of 0 Year, 1 Channel, 2 Amount, 3 Region.

@@ -13,7 +13,8 @@
 namespace stattree {
 namespace {
 
-using testing::ErrorSnapshot;
+using testing::ExpectError;
+using testing::HeldError;
 using testing::MakeDefn;
 using testing::MakeField;
 using testing::Row;
@@ -56,15 +57,6 @@ class NavigationTest : public ::testing::Test {
   }
   void TearDown() override { Stats::ClearError(); }
 
-  void ExpectError(int code, const std::string& detail, const std::vector<int>& locations) {
-    const ErrorSnapshot error = ErrorSnapshot::Take();
-    EXPECT_TRUE(error.set);
-    EXPECT_EQ(error.code, code);
-    EXPECT_EQ(error.detail, detail);
-    EXPECT_EQ(error.locations, locations);
-    Stats::ClearError();
-  }
-
   std::string NodeName() {
     std::string name;
     EXPECT_TRUE(stats_.GetNodeName(name));
@@ -81,11 +73,7 @@ TEST(Navigation, RootNeedsFinishedProcessing) {
   TableStats stats(Sales());
   ASSERT_TRUE(stats.Configure(&definitions, {}));
   EXPECT_FALSE(stats.MoveToRootNode());
-  const ErrorSnapshot error = ErrorSnapshot::Take();
-  EXPECT_EQ(error.code, 10075);
-  EXPECT_EQ(error.detail, "2");
-  EXPECT_EQ(error.locations, std::vector<int>({10080}));
-  Stats::ClearError();
+  ExpectError(10075, "2", {10080});
 }
 
 TEST_F(NavigationTest, MovesOffTheTreeFailAndTheCursorStays) {
@@ -102,7 +90,7 @@ TEST_F(NavigationTest, MovesOffTheTreeFailAndTheCursorStays) {
 TEST_F(NavigationTest, StaleErrorFailsMoveToChildButNotGetChildName) {
   Stats::SetError(42, 0, "stale", false);
   EXPECT_FALSE(stats_.MoveToChild(0));
-  EXPECT_EQ(ErrorSnapshot::Take().locations, std::vector<int>({10102}));
+  EXPECT_EQ(HeldError().locations, std::vector<int>({10102}));
   std::string name;
   EXPECT_TRUE(stats_.GetChildName(name, 0));
   EXPECT_EQ(name, "2004");
@@ -173,14 +161,14 @@ TEST_F(NavigationTest, ReadsGroupingCombinationsSortedWithTotals) {
   ASSERT_TRUE(stats_.GetGroupingField(value, 0));
   EXPECT_EQ(value, "Region");
   EXPECT_FALSE(stats_.GetGroupingField(value, 1));
-  EXPECT_EQ(ErrorSnapshot::Take().code, 11920);
+  EXPECT_EQ(HeldError().code, 11920);
   Stats::ClearError();
   ASSERT_TRUE(stats_.GetCurrentStatsType(value));
   EXPECT_EQ(value, "Sum");
   ASSERT_TRUE(stats_.GetCurrentStatsField(value));
   EXPECT_EQ(value, "Amount");
   EXPECT_EQ(stats_.GetRecordsProcessed(7), 0);
-  EXPECT_EQ(ErrorSnapshot::Take().code, 10940);
+  EXPECT_EQ(HeldError().code, 10940);
 }
 
 TEST_F(NavigationTest, SubsetThatSawNoRecordReadsThePrototype) {

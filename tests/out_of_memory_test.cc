@@ -75,6 +75,7 @@ namespace stattree {
 namespace {
 
 using testing::ErrorSnapshot;
+using testing::HeldError;
 using testing::MakeDefn;
 using testing::MakeField;
 using testing::ReadTree;
@@ -102,7 +103,7 @@ class OutOfMemory : public ::testing::Test {
   }
 
   static void ExpectOutOfMemory(int location) {
-    const ErrorSnapshot error = ErrorSnapshot::Take();
+    const ErrorSnapshot error = HeldError();
     EXPECT_EQ(error.code, 10001);
     EXPECT_EQ(error.second, 12000);
     EXPECT_EQ(error.locations, std::vector<int>({location}));
@@ -178,7 +179,7 @@ TEST_F(OutOfMemory, ProcessRecordsReportsEveryFailureAndLeaksNothing) {
     const bool finalizing = stats.StateIs(Stats::Finalizing);
     EXPECT_TRUE(finalizing || stats.StateIs(Stats::DefinitionsProcessed));
     EXPECT_FALSE(stats.MoveToRootNode());
-    EXPECT_EQ(ErrorSnapshot::Take().detail, finalizing ? "3" : "2");
+    EXPECT_EQ(HeldError().detail, finalizing ? "3" : "2");
     Stats::ClearError();
     stats.Reset();
     EXPECT_TRUE(stats.StateIs(Stats::NotConfigured));

@@ -15,6 +15,7 @@ namespace stattree {
 namespace {
 
 using testing::ErrorSnapshot;
+using testing::HeldError;
 using testing::MakeDefn;
 using testing::MakeField;
 using testing::Row;
@@ -94,7 +95,7 @@ Outcome RunEngine(bool caching, int failColumn, int failIndex, bool describe, in
   EXPECT_TRUE(
       stats.Configure(&definitions, {MakeField("Region", kRegion), MakeField("Year", kYear)}));
   outcome.processed = stats.ProcessRecords();
-  outcome.error = ErrorSnapshot::Take();
+  outcome.error = HeldError();
   outcome.errorQuestions = record.errorQuestions;
   Stats::ClearError();
   outcome.nodes = stats.GetNodeCount();

@@ -19,6 +19,7 @@ namespace {
 
 using testing::CountingProgress;
 using testing::ErrorSnapshot;
+using testing::HeldError;
 using testing::MakeField;
 using testing::ReadTree;
 using testing::Row;
@@ -133,7 +134,7 @@ void RunSequence(unsigned seed, int& refusals) {
     SCOPED_TRACE(nested.name);
     const bool result = nested.call(*poked, otherDefinitions);
     if (nested.location != 0) {
-      const ErrorSnapshot error = ErrorSnapshot::Take();
+      const ErrorSnapshot error = HeldError();
       EXPECT_FALSE(result);
       EXPECT_EQ(error.code, 10075);
       EXPECT_EQ(error.locations, std::vector<int>{nested.location});
@@ -188,7 +189,7 @@ void RunSequence(unsigned seed, int& refusals) {
           seen.tree = ReadTree(stats, definitions);
           break;
       }
-      seen.error = ErrorSnapshot::Take();
+      seen.error = HeldError();
       Stats::ClearError();
       seen.state = StateOf(stats);
       seen.outcome = stats.GetLastRunOutcome();

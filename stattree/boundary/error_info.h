@@ -13,6 +13,10 @@ struct ErrorInfo {
   char message[75];
 };
 
+// The library's own table, Stats::sErrorInfoTable: 39 rows and the
+// terminating row.
+inline constexpr int kErrorTableRows = 40;
+
 }  // namespace stattree
 
 #endif  // STATTREE_BOUNDARY_ERROR_INFO_H_

@@ -3,7 +3,7 @@
 // passes through.
 //
 // One manager built from Stats::sErrorInfoTable serves the whole library
-// (see engine/error_reporting.h). Set and DumpCode always return false so
+// (see error_reporting.h). Set and DumpCode always return false so
 // that a failing operation can return their result directly.
 //
 // An error stays set until Clear. The location list holds the codes given

@@ -7,26 +7,15 @@
 #include <sstream>
 #include <string>
 
+#include "stattree/boundary/error_reporting.h"
+#include "stattree/boundary/error_table.h"
 #include "stattree/boundary/record_error.h"
-#include "stattree/engine/error_reporting.h"
-#include "stattree/engine/error_table.h"
+#include "tests/test_util.h"
 
 namespace stattree {
 namespace {
 
-struct Current {
-  bool set = false;
-  int code = -1;
-  int second = -1;
-  std::string message;
-  bool flag = false;
-};
-
-Current Read(const ErrorManager& manager) {
-  Current c;
-  c.set = manager.Get(c.code, c.second, c.message, c.flag);
-  return c;
-}
+using testing::ErrorSnapshot;
 
 TEST(ErrorTable, RowsOrderFlagsAndExactTexts) {
   int rows = 0;
@@ -48,19 +37,17 @@ TEST(ErrorTable, RowsOrderFlagsAndExactTexts) {
 
 TEST(ErrorManager, SetKeepsTheRowsMessageApartFromTheDetail) {
   ErrorManager manager(kErrorTable, "QK");
-  EXPECT_FALSE(Read(manager).set);
+  EXPECT_FALSE(ErrorSnapshot::Of(manager).set);
   EXPECT_FALSE(manager.Set(10075, 4));
-  const Current c = Read(manager);
-  EXPECT_EQ(c.code, 10075);
-  EXPECT_EQ(c.second, 90000);
-  EXPECT_EQ(c.message, "Stats engine in wrong state for this operation");
-  EXPECT_TRUE(c.flag);
-  EXPECT_EQ(manager.GetDetail(), "4");
+  EXPECT_EQ(
+      ErrorSnapshot::Of(manager),
+      (ErrorSnapshot{
+          true, 10075, 90000, "Stats engine in wrong state for this operation", true, "4", {}}));
   manager.Set(10105, IndexDetail(5, 3));
   EXPECT_EQ(manager.GetDetail(), "5,3");
   manager.Set(10145);  // no row: set all the same, without a message
   EXPECT_TRUE(manager.IsErrorSet());
-  EXPECT_EQ(Read(manager).message, "");
+  EXPECT_EQ(ErrorSnapshot::Of(manager).message, "");
 }
 
 TEST(ErrorManager, LocationsSinceTheLastSetOrClear) {
@@ -110,23 +97,19 @@ TEST(RecordErrorReport, PresetsDifferBetweenCriteriaAndStatistics) {
   ErrorManager& errors = TheErrorManager();
   errors.Clear();
   EXPECT_FALSE(ReportCriteriaRecordError(10610, FailingRecord(true)));
-  Current c = Read(errors);
-  EXPECT_EQ(c.code, 0);
-  EXPECT_EQ(c.second, 90000);
-  EXPECT_EQ(c.message, "RecordError");
-  EXPECT_TRUE(c.flag);
-  EXPECT_EQ(errors.GetLocations(), std::vector<int>({10610}));
+  EXPECT_EQ(ErrorSnapshot::Of(errors),
+            (ErrorSnapshot{true, 0, 90000, "RecordError", true, "", {10610}}));
 
   EXPECT_FALSE(ReportStatisticRecordError(11360, FailingRecord(true)));
-  c = Read(errors);
-  EXPECT_EQ(c.second, 0);
-  EXPECT_EQ(c.message, "");
-  EXPECT_FALSE(c.flag);
+  const ErrorSnapshot statistic = ErrorSnapshot::Of(errors);
+  EXPECT_EQ(statistic.second, 0);
+  EXPECT_EQ(statistic.message, "");
+  EXPECT_FALSE(statistic.flag);
 
   // A record that declines keeps the held error and only adds the location.
   errors.Set(10020);
   ReportStatisticRecordError(11370, FailingRecord(false));
-  EXPECT_EQ(Read(errors).code, 10020);
+  EXPECT_EQ(ErrorSnapshot::Of(errors).code, 10020);
   EXPECT_EQ(errors.GetLocations(), std::vector<int>({11370}));
   errors.Clear();
 }

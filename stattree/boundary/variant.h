@@ -33,24 +33,28 @@
 #include <string_view>
 #include <utility>
 
+#include "stattree/export.h"
+
 namespace stattree {
 
-class Variant {
+class STATTREE_EXPORT Variant {
  public:
   enum class Kind : int { Empty, Integer, Real, Text, Invalid };
 
   // User-provided, so that a const Variant may be default-initialised.
   Variant() noexcept {}
-  Variant(int value) noexcept;        // NOLINT(google-explicit-constructor)
-  Variant(long value) noexcept;       // NOLINT(google-explicit-constructor)
-  Variant(long long value) noexcept;  // NOLINT(google-explicit-constructor)
-  Variant(double value) noexcept;     // NOLINT(google-explicit-constructor)
-  Variant(const std::string& value);  // NOLINT(google-explicit-constructor)
-  Variant(const char* value);         // NOLINT(google-explicit-constructor)
+  // Members defined inline below say so here too: a Windows host compiles
+  // them itself instead of importing them from the DLL.
+  inline Variant(int value) noexcept;        // NOLINT(google-explicit-constructor)
+  inline Variant(long value) noexcept;       // NOLINT(google-explicit-constructor)
+  inline Variant(long long value) noexcept;  // NOLINT(google-explicit-constructor)
+  inline Variant(double value) noexcept;     // NOLINT(google-explicit-constructor)
+  Variant(const std::string& value);         // NOLINT(google-explicit-constructor)
+  Variant(const char* value);                // NOLINT(google-explicit-constructor)
   Variant(const Variant& other) = default;
   Variant(Variant&& other) noexcept = default;
-  Variant& operator=(const Variant& other);
-  Variant& operator=(Variant&& other) noexcept;
+  inline Variant& operator=(const Variant& other);
+  inline Variant& operator=(Variant&& other) noexcept;
   virtual ~Variant() = default;
 
   // An error / not-available value.
@@ -161,7 +165,7 @@ class Variant {
   bool SameNumberKind(const Variant& other) const {
     return kind_ == other.kind_ && (kind_ == Kind::Integer || kind_ == Kind::Real);
   }
-  void CopyNumber(const Variant& other) noexcept;
+  inline void CopyNumber(const Variant& other) noexcept;
   // -1, 0 or 1: the total preorder behind operator< and operator==.
   int Compare(const Variant& other) const;
   bool SlowStringEquivalent(const Variant& other) const;

@@ -1,8 +1,8 @@
 #include "stattree/criteria/criteria.h"
 
+#include "stattree/boundary/error_reporting.h"
 #include "stattree/boundary/record_cache.h"
 #include "stattree/boundary/record_error.h"
-#include "stattree/engine/error_reporting.h"
 
 namespace stattree {
 

@@ -5,12 +5,12 @@
 #include <typeinfo>
 #include <utility>
 
+#include "stattree/boundary/error_reporting.h"
 #include "stattree/boundary/record_cache.h"
 #include "stattree/criteria/always_pass_criteria.h"
 #include "stattree/criteria/multiple_criteria.h"
 #include "stattree/criteria/range_criteria.h"
 #include "stattree/criteria/single_criteria.h"
-#include "stattree/engine/error_reporting.h"
 
 namespace stattree {
 

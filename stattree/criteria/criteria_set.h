@@ -32,10 +32,11 @@
 #include "stattree/boundary/variant.h"
 #include "stattree/criteria/criteria.h"
 #include "stattree/criteria/criteria_term.h"
+#include "stattree/export.h"
 
 namespace stattree {
 
-class CriteriaSet {
+class STATTREE_EXPORT CriteriaSet {
  public:
   CriteriaSet() = default;
   CriteriaSet(const CriteriaSet& other);

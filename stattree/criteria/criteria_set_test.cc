@@ -7,8 +7,9 @@
 #include <utility>
 #include <vector>
 
+#include "stattree/boundary/error_reporting.h"
 #include "stattree/boundary/record_cache.h"
-#include "stattree/criteria/criteria_test_util.h"
+#include "tests/test_util.h"
 
 namespace stattree {
 namespace testing {
@@ -75,7 +76,7 @@ TEST_F(CriteriaSetCreation, RefusalsCarryTheirLocations) {
   ExpectRefused(set.CreateHistogram(Variant(0), Variant(10), 0, 4), 10785, "", {10850});
   ExpectRefused(set.CreateHistogram({Variant(1)}, LowerEdgeInclusive, -1), 10595, "-1", {10860});
   EXPECT_FALSE(set.CreateHistogram(std::vector<Variant>{}, LowerEdgeInclusive, 4));
-  EXPECT_EQ(Held().message, "Can't create  criteria set with 0 values specified");
+  EXPECT_EQ(HeldError().message, "Can't create  criteria set with 0 values specified");
   ExpectError(10785, "", {10870});
   EXPECT_EQ(set.GetCriteriaCount(), 0);
 }

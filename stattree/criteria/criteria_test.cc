@@ -6,11 +6,12 @@
 #include <utility>
 #include <vector>
 
+#include "stattree/boundary/error_reporting.h"
 #include "stattree/criteria/always_pass_criteria.h"
-#include "stattree/criteria/criteria_test_util.h"
 #include "stattree/criteria/multiple_criteria.h"
 #include "stattree/criteria/range_criteria.h"
 #include "stattree/criteria/single_criteria.h"
+#include "tests/test_util.h"
 
 namespace stattree {
 namespace testing {
@@ -169,7 +170,7 @@ TEST_F(CriteriaReadFailure, TheRecordDescribesItAndEachKindAddsItsLocation) {
   TheErrorManager().Clear();
   // Answered without filling in: the criteria-side presets.
   EXPECT_FALSE(Single(Equal, "x").SetValuesFromRecord(MapRecord({}, Describe::LeavePresets)));
-  HeldError held = Held();
+  ErrorSnapshot held = HeldError();
   EXPECT_EQ(std::tie(held.code, held.second, held.message, held.flag),
             std::make_tuple(0, 90000, std::string("RecordError"), true));
   ExpectError(0, "", {10630});
@@ -180,7 +181,7 @@ TEST_F(CriteriaReadFailure, TheRecordDescribesItAndEachKindAddsItsLocation) {
       {&single, 10640}, {&range, 10680}, {&multiple, 10740}};
   for (const auto& [criteria, location] : kinds) {
     EXPECT_FALSE(criteria->RecordMeetsCriteria(MapRecord({}, Describe::Fill)));
-    held = Held();
+    held = HeldError();
     EXPECT_EQ(std::tie(held.second, held.message, held.flag),
               std::make_tuple(3, std::string("column gone"), false));
     ExpectError(4711, "", {10610, location});

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "stattree/engine/error_reporting.h"
+#include "stattree/boundary/error_reporting.h"
 
 namespace stattree {
 

@@ -1,6 +1,6 @@
 #include "stattree/criteria/range_criteria.h"
 
-#include "stattree/engine/error_reporting.h"
+#include "stattree/boundary/error_reporting.h"
 
 namespace stattree {
 

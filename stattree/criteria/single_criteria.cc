@@ -1,6 +1,6 @@
 #include "stattree/criteria/single_criteria.h"
 
-#include "stattree/engine/error_reporting.h"
+#include "stattree/boundary/error_reporting.h"
 
 namespace stattree {
 

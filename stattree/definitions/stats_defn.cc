@@ -4,9 +4,9 @@
 #include <memory>
 #include <utility>
 
+#include "stattree/boundary/error_reporting.h"
 #include "stattree/criteria/criteria.h"
 #include "stattree/criteria/criteria_set.h"
-#include "stattree/engine/error_reporting.h"
 
 namespace stattree {
 

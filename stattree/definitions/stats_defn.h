@@ -35,13 +35,14 @@
 #include "stattree/boundary/variant.h"
 #include "stattree/criteria/always_pass_criteria.h"
 #include "stattree/criteria/criteria_term.h"
+#include "stattree/export.h"
 
 namespace stattree {
 
 class Criteria;
 class CriteriaSet;
 
-class StatsDefn {
+class STATTREE_EXPORT StatsDefn {
  public:
   // Stored as int; any value can be cast in and is kept as given. Values
   // outside Count..EnumPercent have no type string.

@@ -11,9 +11,8 @@
 #include <utility>
 #include <vector>
 
-#include "stattree/criteria/criteria_test_util.h"
 #include "stattree/definitions/stats_defn.h"
-#include "stattree/definitions/stats_defn_test_util.h"
+#include "tests/test_util.h"
 
 namespace {
 
@@ -43,7 +42,9 @@ void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
 namespace stattree {
 namespace {
 
-using namespace testing_util;
+using testing::ExpectError;
+
+using namespace testing;
 
 constexpr long kMaxAllocations = 1000;
 

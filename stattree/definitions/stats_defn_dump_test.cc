@@ -4,16 +4,15 @@
 #include <string>
 #include <vector>
 
-#include "stattree/criteria/criteria_test_util.h"
 #include "stattree/definitions/stats_defn.h"
-#include "stattree/definitions/stats_defn_test_util.h"
+#include "tests/test_util.h"
 
 namespace stattree {
 namespace {
 
-using testing_util::Dump;
-using testing_util::MakeField;
-using testing_util::MakePair;
+using testing::Dump;
+using testing::MakeField;
+using testing::MakePair;
 
 using StatsDefnDump = testing::ErrorTest;
 

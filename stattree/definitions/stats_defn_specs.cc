@@ -3,10 +3,10 @@
 #include <new>
 #include <utility>
 
+#include "stattree/boundary/error_reporting.h"
 #include "stattree/criteria/criteria_set.h"
 #include "stattree/criteria/multiple_criteria.h"
 #include "stattree/definitions/stats_defn.h"
-#include "stattree/engine/error_reporting.h"
 
 namespace stattree {
 

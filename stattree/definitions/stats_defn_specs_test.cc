@@ -8,14 +8,15 @@
 
 #include "stattree/criteria/criteria.h"
 #include "stattree/criteria/criteria_set.h"
-#include "stattree/criteria/criteria_test_util.h"
 #include "stattree/definitions/stats_defn.h"
-#include "stattree/definitions/stats_defn_test_util.h"
+#include "tests/test_util.h"
 
 namespace stattree {
 namespace {
 
-using namespace testing_util;
+using testing::ExpectRefused;
+
+using namespace testing;
 using testing::MapRecord;
 
 int BinOf(StatsDefn& defn, const Variant& value) {

@@ -10,16 +10,16 @@
 
 #include "stattree/criteria/criteria.h"
 #include "stattree/criteria/criteria_set.h"
-#include "stattree/criteria/criteria_test_util.h"
-#include "stattree/definitions/stats_defn_test_util.h"
+#include "tests/test_util.h"
 
 namespace stattree {
 namespace {
 
-using testing_util::Dump;
-using testing_util::FullDefn;
-using testing_util::MakeField;
-using testing_util::MakePair;
+using testing::Dump;
+using testing::ExpectRefused;
+using testing::FullDefn;
+using testing::MakeField;
+using testing::MakePair;
 
 using StatsDefnTypes = testing::ErrorTest;
 using StatsDefnCopy = testing::ErrorTest;

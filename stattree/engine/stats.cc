@@ -3,8 +3,9 @@
 #include <new>
 #include <optional>
 
+#include "stattree/boundary/error_reporting.h"
+#include "stattree/boundary/error_table.h"
 #include "stattree/boundary/record_cache.h"
-#include "stattree/engine/error_reporting.h"
 #include "stattree/results/definition_copies.h"
 #include "stattree/results/grouping_results.h"
 #include "stattree/results/stats_set.h"

@@ -45,7 +45,7 @@
 #include "stattree/boundary/stats_record.h"
 #include "stattree/boundary/variant.h"
 #include "stattree/definitions/stats_defn.h"
-#include "stattree/engine/error_table.h"
+#include "stattree/export.h"
 #include "stattree/results/node_results.h"
 #include "stattree/results/tree_node.h"
 
@@ -55,7 +55,7 @@ class EnumResult;
 class GroupingResults;
 class StatsResult;
 
-class Stats {
+class STATTREE_EXPORT Stats {
  public:
   enum StatsState : int {
     NotConfigured = 0,

@@ -5,12 +5,12 @@
 #include <string_view>
 #include <typeinfo>
 
+#include "stattree/boundary/error_reporting.h"
 #include "stattree/boundary/record_cache.h"
 #include "stattree/criteria/always_pass_criteria.h"
 #include "stattree/criteria/criteria.h"
 #include "stattree/criteria/multiple_criteria.h"
 #include "stattree/criteria/single_criteria.h"
-#include "stattree/engine/error_reporting.h"
 #include "stattree/results/first_match_index.h"
 
 namespace stattree {

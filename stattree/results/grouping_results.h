@@ -37,6 +37,7 @@
 #include <vector>
 
 #include "stattree/boundary/stats_record.h"
+#include "stattree/export.h"
 #include "stattree/results/stats_set.h"
 
 namespace stattree {
@@ -46,7 +47,7 @@ class Criteria;
 class DefinitionCopies;
 class StatsDefn;
 
-class GroupingResults {
+class STATTREE_EXPORT GroupingResults {
  public:
   GroupingResults();
   GroupingResults(const GroupingResults& other);

@@ -5,16 +5,19 @@
 #include <string>
 #include <vector>
 
+#include "stattree/boundary/error_reporting.h"
 #include "stattree/boundary/record_cache.h"
 #include "stattree/criteria/always_pass_criteria.h"
-#include "stattree/results/results_test_util.h"
+#include "tests/test_util.h"
 
 namespace stattree {
 namespace {
 
+using testing::HeldError;
+using testing::Locations;
 using testing::MapRecord;
 
-class GroupingResultsTest : public testing::ResultsTest {
+class GroupingResultsTest : public testing::ErrorTest {
  protected:
   GroupingResults Configured(StatsDefn& defn) {
     GroupingResults grouping;
@@ -65,7 +68,7 @@ TEST_F(GroupingResultsTest, WithoutRecordsIndexZeroIsThePrototype) {
   EXPECT_EQ(first->GetCriteria(), grouping.GetCriteriaPrototype());
   EXPECT_FALSE(IsErrorSet());
   EXPECT_EQ(grouping.GetGroupingStatsSet(-1), nullptr);
-  EXPECT_EQ(HeldCode(), 10940);
+  EXPECT_EQ(HeldError().code, 10940);
 }
 
 TEST_F(GroupingResultsTest, SortCopesWithValuesOfEveryKind) {
@@ -125,7 +128,7 @@ TEST_F(GroupingResultsTest, ManyCombinationsStillFailOnAnErrorOrAFailedRead) {
   EXPECT_FALSE(grouping.ProcessRecord(MapRecord{{5, 12}}));
   EXPECT_EQ(Locations(), (std::vector<int>{10740, 11270, 11000}));
   TheErrorManager().Clear();
-  EXPECT_FALSE(grouping.ProcessRecord(MapRecord{{4, 12}}));
+  EXPECT_FALSE(grouping.ProcessRecord(MapRecord({{4, 12}}, MapRecord::Describe::LeavePresets)));
   EXPECT_EQ(Locations(), (std::vector<int>{10610, 10740, 11270, 11000}));
   EXPECT_EQ(grouping.GetGroupingsCount(), 20);
   EXPECT_EQ(grouping.GetGroupingStatsSet(12)->GetRecordsProcessed(), 1);
@@ -161,7 +164,8 @@ TEST_F(GroupingResultsTest, FewCombinationsThroughTheCacheMatchTheWalk) {
     for (int run = 0; run < 2; ++run) {
       GroupingResults& grouping = run == 0 ? walked : scanned;
       if (errorHeld) TheErrorManager().Set(10940);
-      const MapRecord record = errorHeld ? MapRecord{{5, "x"}} : MapRecord{{4, 1}};
+      const MapRecord record =
+          errorHeld ? MapRecord{{5, "x"}} : MapRecord({{4, 1}}, MapRecord::Describe::LeavePresets);
       RecordCache cache(record, true);
       cache.NextRecord();
       EXPECT_FALSE(run == 0 ? grouping.ProcessRecord(record) : grouping.ProcessRecord(cache));

@@ -1,7 +1,7 @@
 #include "stattree/results/node_results.h"
 
+#include "stattree/boundary/error_reporting.h"
 #include "stattree/definitions/stats_defn.h"
-#include "stattree/engine/error_reporting.h"
 
 namespace stattree {
 

@@ -17,6 +17,7 @@
 #include <string>
 
 #include "stattree/boundary/stats_record.h"
+#include "stattree/export.h"
 #include "stattree/results/subset_results.h"
 
 namespace stattree {
@@ -24,7 +25,7 @@ namespace stattree {
 class DefinitionCopies;
 class StatsDefn;
 
-class NodeResults {
+class STATTREE_EXPORT NodeResults {
  public:
   NodeResults();
   NodeResults(const NodeResults& other);

@@ -6,7 +6,7 @@
 #include <sstream>
 #include <string>
 
-#include "stattree/results/results_test_util.h"
+#include "tests/test_util.h"
 
 namespace stattree {
 namespace {
@@ -14,7 +14,7 @@ namespace {
 using testing::Defn;
 using testing::MapRecord;
 
-class NodeResultsTest : public testing::ResultsTest {};
+class NodeResultsTest : public testing::ErrorTest {};
 
 TEST_F(NodeResultsTest, SameSubsetNameKeepsTheFirstSubsetCriteria) {
   StatsDefn first = Defn("A", Field{"Amount", 3}, StatsDefn::Count);

@@ -8,11 +8,11 @@
 #include <new>
 #include <utility>
 
+#include "stattree/boundary/error_reporting.h"
 #include "stattree/boundary/record_cache.h"
 #include "stattree/criteria/criteria.h"
 #include "stattree/criteria/criteria_set.h"
 #include "stattree/definitions/stats_defn.h"
-#include "stattree/engine/error_reporting.h"
 #include "stattree/results/definition_copies.h"
 #include "stattree/statistics/enum_result.h"
 #include "stattree/statistics/stats_result.h"

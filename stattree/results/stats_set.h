@@ -31,6 +31,7 @@
 
 #include "stattree/boundary/stats_record.h"
 #include "stattree/boundary/variant.h"
+#include "stattree/export.h"
 
 namespace stattree {
 
@@ -40,7 +41,7 @@ class RecordCache;
 class StatsDefn;
 class StatsResult;
 
-class StatsSet {
+class STATTREE_EXPORT StatsSet {
  public:
   StatsSet();
   StatsSet(const StatsSet& other);

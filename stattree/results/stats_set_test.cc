@@ -7,16 +7,18 @@
 #include <string>
 
 #include "stattree/criteria/multiple_criteria.h"
-#include "stattree/results/results_test_util.h"
 #include "stattree/statistics/stats_result.h"
+#include "tests/test_util.h"
 
 namespace stattree {
 namespace {
 
 using testing::Defn;
+using testing::HeldError;
+using testing::Locations;
 using testing::MapRecord;
 
-class StatsSetTest : public testing::ResultsTest {};
+class StatsSetTest : public testing::ErrorTest {};
 
 // A set whose grouping criteria on `columns` are bound to `record`.
 StatsSet BoundSet(const std::vector<int>& columns, const MapRecord& record) {
@@ -34,7 +36,7 @@ TEST_F(StatsSetTest, CountsEveryRecordFirstAlsoOnFailure) {
   ASSERT_TRUE(set.AddNewStatsDefn(Defn("Sales", Field{"Amount", 3}, StatsDefn::Sum)));
   ASSERT_TRUE(set.AddNewStatsDefn(Defn("Sales", Field{"Amount", 3}, StatsDefn::Count)));
   EXPECT_EQ(set.GetStatsResult("Sales")->GetType(), StatsDefn::Sum);  // the first one wins
-  EXPECT_FALSE(set.ProcessRecord(MapRecord{}));
+  EXPECT_FALSE(set.ProcessRecord(MapRecord({}, MapRecord::Describe::LeavePresets)));
   EXPECT_EQ(set.GetRecordsProcessed(), 2);
   EXPECT_EQ(Locations().back(), 11290);
 }
@@ -43,7 +45,7 @@ TEST_F(StatsSetTest, AddNewStatsDefnTestsTheErrorBeforeTheNullResult) {
   StatsSet set;
   // The factory refuses the type and sets its own code: 11225, not 11226.
   EXPECT_FALSE(set.AddNewStatsDefn(Defn("Bad", Field{"Amount", 3}, StatsDefn::InvalidType)));
-  EXPECT_NE(HeldCode(), 11226);
+  EXPECT_NE(HeldError().code, 11226);
   EXPECT_EQ(Locations().back(), 11225);
   // An error left from elsewhere fails a sound definition too.
   EXPECT_FALSE(set.AddNewStatsDefn(Defn("Sales", Field{"Amount", 3}, StatsDefn::Sum)));

@@ -3,11 +3,11 @@
 #include <string>
 #include <typeinfo>
 
+#include "stattree/boundary/error_reporting.h"
 #include "stattree/boundary/record_cache.h"
 #include "stattree/criteria/criteria.h"
 #include "stattree/criteria/criteria_term.h"
 #include "stattree/definitions/stats_defn.h"
-#include "stattree/engine/error_reporting.h"
 #include "stattree/results/definition_copies.h"
 
 namespace stattree {

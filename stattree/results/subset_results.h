@@ -20,6 +20,7 @@
 
 #include "stattree/boundary/stats_record.h"
 #include "stattree/criteria/always_pass_criteria.h"
+#include "stattree/export.h"
 #include "stattree/results/grouping_results.h"
 
 namespace stattree {
@@ -28,7 +29,7 @@ class Criteria;
 class DefinitionCopies;
 class StatsDefn;
 
-class SubsetResults {
+class STATTREE_EXPORT SubsetResults {
  public:
   SubsetResults();
   SubsetResults(const SubsetResults& other);

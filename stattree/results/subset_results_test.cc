@@ -6,7 +6,8 @@
 #include <sstream>
 #include <string>
 
-#include "stattree/results/results_test_util.h"
+#include "stattree/boundary/error_reporting.h"
+#include "tests/test_util.h"
 
 namespace stattree {
 namespace {
@@ -14,7 +15,7 @@ namespace {
 using testing::Grouped;
 using testing::MapRecord;
 
-class SubsetResultsTest : public testing::ResultsTest {};
+class SubsetResultsTest : public testing::ErrorTest {};
 
 TEST_F(SubsetResultsTest, RecordOutsideTheSubsetChangesNoCount) {
   StatsDefn defn = testing::Defn("N", Field{"Amount", 3}, StatsDefn::Count);
@@ -29,7 +30,7 @@ TEST_F(SubsetResultsTest, RecordOutsideTheSubsetChangesNoCount) {
   EXPECT_TRUE(subset.ProcessRecord(MapRecord{{5, "North"}}));
   EXPECT_EQ(totals->GetRecordsProcessed(), 1);
   // A failed test counts as outside; its error stays for the caller.
-  EXPECT_TRUE(subset.ProcessRecord(MapRecord{}));
+  EXPECT_TRUE(subset.ProcessRecord(MapRecord({}, MapRecord::Describe::LeavePresets)));
   EXPECT_TRUE(IsErrorSet());
   EXPECT_EQ(totals->GetRecordsProcessed(), 1);
 }

@@ -4,12 +4,12 @@
 #include <typeinfo>
 #include <utility>
 
+#include "stattree/boundary/error_reporting.h"
 #include "stattree/boundary/record_cache.h"
 #include "stattree/criteria/always_pass_criteria.h"
 #include "stattree/criteria/criteria.h"
 #include "stattree/criteria/criteria_term.h"
 #include "stattree/criteria/single_criteria.h"
-#include "stattree/engine/error_reporting.h"
 #include "stattree/results/first_match_index.h"
 
 namespace stattree {

@@ -47,6 +47,7 @@
 
 #include "stattree/boundary/field.h"
 #include "stattree/boundary/stats_record.h"
+#include "stattree/export.h"
 #include "stattree/results/node_results.h"
 
 namespace stattree {
@@ -55,7 +56,7 @@ class Criteria;
 class DefinitionCopies;
 class StatsDefn;
 
-class TreeNode {
+class STATTREE_EXPORT TreeNode {
  public:
   // "[no name]": the name of every empty node.
   static const std::string sEmptyNodeName;

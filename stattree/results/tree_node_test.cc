@@ -5,17 +5,20 @@
 #include <string>
 #include <vector>
 
-#include "stattree/results/results_test_util.h"
+#include "stattree/boundary/error_reporting.h"
+#include "tests/test_util.h"
 
 namespace stattree {
 namespace {
 
+using testing::HeldError;
+using testing::Locations;
 using testing::MapRecord;
 
-class TreeNodeTest : public testing::ResultsTest {
+class TreeNodeTest : public testing::ErrorTest {
  protected:
   void SetUp() override {
-    testing::ResultsTest::SetUp();
+    testing::ErrorTest::SetUp();
     ASSERT_TRUE(prototype.AddNewStatsDefn(count));
     ASSERT_TRUE(root.CreateCriteriaForAllRecords());
     root.SetField(Field{"Root", -1});
@@ -60,7 +63,7 @@ TEST_F(TreeNodeTest, ChildrenKeepFirstSeenOrderAndStableAddresses) {
   EXPECT_EQ(Name(a), "A");
   EXPECT_EQ(Name(&root), "root");
   EXPECT_FALSE(root.GetChild(child, root.GetChildCount()));
-  EXPECT_EQ(HeldCode(), 11140);
+  EXPECT_EQ(HeldError().code, 11140);
 }
 
 TEST_F(TreeNodeTest, ANodeWithoutNameCountsAsEmpty) {
@@ -156,7 +159,7 @@ TEST_F(TreeNodeManyChildrenTest, FindsTheFirstTextEquivalentChildAndAppendsNewOn
   EXPECT_TRUE(made);
   EXPECT_EQ(Descend(root, MapRecord{{1, Variant()}}, 1, &made), blank);
   EXPECT_FALSE(made);
-  EXPECT_EQ(HeldCode(), 0);
+  EXPECT_FALSE(HeldError().set);
 }
 
 TEST_F(TreeNodeManyChildrenTest, AnErrorAlreadySetFailsAtTheFirstChildThatDoesNotMatch) {
@@ -175,7 +178,7 @@ TEST_F(TreeNodeManyChildrenTest, AnErrorAlreadySetFailsAtTheFirstChildThatDoesNo
 TEST_F(TreeNodeManyChildrenTest, AFailedReadIsReportedByTheFirstChildsTest) {
   TreeNode* child = nullptr;
   bool created = false;
-  MapRecord unreadable{{2, "V3"}};
+  MapRecord unreadable({{2, "V3"}}, MapRecord::Describe::LeavePresets);
   EXPECT_FALSE(root.CreateChild(child, created, &unreadable));
   EXPECT_EQ(Locations(), (std::vector<int>{10610, 10640, 11130}));
   EXPECT_EQ(root.GetChildCount(), kChildren);

@@ -1,12 +1,14 @@
 #include "stattree/statistics/enum_result.h"
 
+#include <charconv>
 #include <climits>
-#include <cstdio>
 #include <memory>
+#include <string>
+#include <string_view>
 #include <utility>
 
+#include "stattree/boundary/error_reporting.h"
 #include "stattree/criteria/criteria_set.h"
-#include "stattree/engine/error_reporting.h"
 
 namespace stattree {
 
@@ -101,7 +103,8 @@ void EnumResult::DumpObject(std::ostream& os) {
   const int binCount = GetEnumValueCount();
   for (int i = 0; i < binCount; ++i) {
     criteriaSet->DumpCriteriaValue(os, kBinIndent, i);
-    os << " : Count=" << static_cast<int>(counters[i]) << "\r\n";
+    // std::to_string: the host's stream may group digits.
+    os << " : Count=" << std::to_string(static_cast<int>(counters[i])) << "\r\n";
   }
 }
 
@@ -247,10 +250,15 @@ void EnumPercentResult::DumpObject(std::ostream& os) {
   const int binCount = GetEnumValueCount();
   for (int i = 0; i < binCount; ++i) {
     criteriaSet->DumpCriteria(os, kBinIndent, i);
-    // Wide enough for any float in "%0.2f" (at most 39 integer digits).
+    // As "%0.2f" in the C locale whatever the host's locale. Wide enough
+    // for any float (at most 39 integer digits).
     char percent[64];
-    std::snprintf(percent, sizeof percent, "%0.2f", static_cast<double>(counters[i]));
-    os << " : Percent = " << percent << "%\r\n";
+    const auto [end, ec] =
+        std::to_chars(percent, percent + sizeof percent, static_cast<double>(counters[i]),
+                      std::chars_format::fixed, 2);
+    (void)ec;  // cannot fail: the buffer fits any float
+    os << " : Percent = " << std::string_view(percent, static_cast<size_t>(end - percent))
+       << "%\r\n";
   }
 }
 

@@ -8,12 +8,17 @@
 #include <tuple>
 #include <vector>
 
+#include "stattree/boundary/error_reporting.h"
 #include "stattree/criteria/criteria_set.h"
-#include "stattree/criteria/criteria_test_util.h"
+#include "tests/test_util.h"
 
 namespace stattree {
 namespace {
 
+using testing::ExpectError;
+using testing::ExpectNoError;
+using testing::ExpectRefused;
+using testing::Locations;
 using testing::MapRecord;
 
 constexpr int kColumn = 2;
@@ -239,7 +244,7 @@ TEST_F(EnumFailures, AFailedReadOfTheValueUsesTheStatisticPresets) {
   record.readColumns.clear();
   record.failFromRead = 3;  // the set reads twice, the statistic third
   EXPECT_FALSE(result.ProcessRecord(record));
-  const testing::HeldError held = testing::Held();
+  const testing::ErrorSnapshot held = testing::HeldError();
   EXPECT_EQ(std::tie(held.set, held.code, held.second, held.message, held.flag),
             std::make_tuple(true, 0, 0, std::string(), false));
   EXPECT_EQ(held.locations, std::vector<int>{11451});

@@ -59,7 +59,8 @@ bool CountResult::GetResult(Variant& value) {
   return true;
 }
 
-void CountResult::DumpObject(std::ostream& os) { os << kResultLabel << count; }
+// std::to_string: the host's stream may group digits.
+void CountResult::DumpObject(std::ostream& os) { os << kResultLabel << std::to_string(count); }
 
 // CountValidResult
 
@@ -86,7 +87,7 @@ bool CountValidResult::GetResult(Variant& value) {
   return true;
 }
 
-void CountValidResult::DumpObject(std::ostream& os) { os << kResultLabel << count; }
+void CountValidResult::DumpObject(std::ostream& os) { os << kResultLabel << std::to_string(count); }
 
 // MinResult
 

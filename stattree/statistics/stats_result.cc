@@ -2,9 +2,9 @@
 
 #include <typeinfo>
 
+#include "stattree/boundary/error_reporting.h"
 #include "stattree/boundary/record_cache.h"
 #include "stattree/boundary/record_error.h"
-#include "stattree/engine/error_reporting.h"
 #include "stattree/statistics/enum_result.h"
 #include "stattree/statistics/scalar_results.h"
 

@@ -10,12 +10,16 @@
 #include <utility>
 #include <vector>
 
-#include "stattree/criteria/criteria_test_util.h"
+#include "stattree/boundary/error_reporting.h"
 #include "stattree/statistics/scalar_results.h"
+#include "tests/test_util.h"
 
 namespace stattree {
 namespace {
 
+using testing::ExpectError;
+using testing::ExpectNoError;
+using testing::ExpectRefused;
 using testing::MapRecord;
 using Type = StatsDefn::StatsType;
 
@@ -178,7 +182,7 @@ TEST_F(ScalarReadFailure, ReportsEachClassLocationWithThePresetsAndKeepsTheState
     EXPECT_FALSE(result->ProcessRecord(record)) << type;
     record.failFromRead = 0;
     // The record answers without touching the statistic-side presets.
-    const testing::HeldError held = testing::Held();
+    const testing::ErrorSnapshot held = testing::HeldError();
     EXPECT_EQ(std::tie(held.code, held.second, held.message, held.flag),
               std::make_tuple(0, 0, std::string(), false));
     ExpectError(0, "", {location});

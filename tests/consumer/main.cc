@@ -1,4 +1,6 @@
-// A minimal outside host: one header, one Stats subclass, one run.
+// A minimal outside host: one header, one Stats subclass, the sales path of
+// one record (Year 2004, Region North, Amount 10) summed by region under a
+// node per year. Prints what it reads; exits non-zero on a wrong number.
 #include <stattree/stattree.h>
 
 #include <iostream>
@@ -8,47 +10,65 @@
 
 namespace {
 
+constexpr int kYear = 0;
+constexpr int kAmount = 3;
+constexpr int kRegion = 5;
+
 class Record : public stattree::StatsRecord {
  public:
   bool GetValue(stattree::Variant& value, int colNum) const override {
-    if (colNum != 0) return false;
-    value = stattree::Variant(current);
-    return true;
+    switch (colNum) {
+      case kYear:
+        value = stattree::Variant(2004);
+        return true;
+      case kAmount:
+        value = stattree::Variant(10);
+        return true;
+      case kRegion:
+        value = stattree::Variant("North");
+        return true;
+      default:
+        return false;
+    }
   }
   bool GetError(int&, int&, std::string&, bool&) const override { return false; }
-  int current = 0;
 };
 
 class Host : public stattree::Stats {
  public:
   Host() : Stats(&record_) {}
-  bool MoveToFirstRecord() override { return Set(0); }
-  bool MoveToNextRecord() override { return Set(next_); }
-  int GetRecordCount() override { return 3; }
+  bool MoveToFirstRecord() override { return true; }
+  bool MoveToNextRecord() override { return false; }
+  int GetRecordCount() override { return 1; }
 
  private:
-  bool Set(int index) {
-    if (index >= 3) return false;
-    record_.current = index + 1;
-    next_ = index + 1;
-    return true;
-  }
   Record record_;
-  int next_ = 0;
 };
 
 }  // namespace
 
 int main() {
-  stattree::StatsDefn sum;
-  sum.Initialize("Total", stattree::Field{"Value", 0}, stattree::StatsDefn::Sum);
-  const std::map<std::string, stattree::StatsDefn> definitions{{"Total", sum}};
+  stattree::StatsDefn sales;
+  sales.Initialize("Sales", stattree::Field{"Amount", kAmount}, stattree::StatsDefn::Sum);
+  if (!sales.CreateGroupingSpec("ByRegion", {stattree::Field{"Region", kRegion}})) return 1;
+  const std::map<std::string, stattree::StatsDefn> definitions{{"Sales", sales}};
   Host host;
-  if (!host.Configure(&definitions, {}) || !host.ProcessRecords()) return 1;
-  stattree::Variant total;
-  if (!host.MoveToRootNode() || !host.MoveToStatsResult("Total") || !host.GetResult(total, 0)) {
+  if (!host.Configure(&definitions, {stattree::Field{"Year", kYear}}) || !host.ProcessRecords()) {
     return 1;
   }
-  std::cout << "Total " << std::string(total) << '\n';
-  return std::string(total) == "6" ? 0 : 1;
+  std::string node;
+  std::string region;
+  stattree::Variant sum;
+  stattree::Variant total;
+  if (!host.MoveToRootNode() || !host.MoveToChild(0) || !host.GetNodeName(node) ||
+      !host.MoveToStatsResult("Sales") || !host.GetGroupingValue(region, 0, 0) ||
+      !host.GetResult(sum, 0) || !host.GetGroupingTotal(total)) {
+    return 1;
+  }
+  const int combinations = host.GetGroupingValueCount();
+  std::cout << node << " Sales: " << combinations << " combination, " << region << ' '
+            << std::string(sum) << ", total " << std::string(total) << '\n';
+  const bool expected = node == "2004" && combinations == 1 && region == "North" &&
+                        std::string(sum) == "10" && std::string(total) == "10";
+  return expected ? 0 : 1;
 }

@@ -6,8 +6,8 @@
 // its own location with DumpCode and returns that result (false). Callers
 // that may get a neutral negative answer add a location only when
 // IsErrorSet() is true after the call.
-#ifndef STATTREE_ENGINE_ERROR_REPORTING_H_
-#define STATTREE_ENGINE_ERROR_REPORTING_H_
+#ifndef STATTREE_BOUNDARY_ERROR_REPORTING_H_
+#define STATTREE_BOUNDARY_ERROR_REPORTING_H_
 
 #include <string>
 
@@ -41,4 +41,4 @@ bool OutOfMemoryError(int location);
 
 }  // namespace stattree
 
-#endif  // STATTREE_ENGINE_ERROR_REPORTING_H_
+#endif  // STATTREE_BOUNDARY_ERROR_REPORTING_H_

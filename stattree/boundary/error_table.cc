@@ -1,4 +1,4 @@
-#include "stattree/engine/error_table.h"
+#include "stattree/boundary/error_table.h"
 
 namespace stattree {
 

@@ -1,6 +1,6 @@
-#include "stattree/engine/error_reporting.h"
+#include "stattree/boundary/error_reporting.h"
 
-#include "stattree/engine/error_table.h"
+#include "stattree/boundary/error_table.h"
 
 namespace stattree {
 
