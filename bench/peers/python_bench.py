@@ -29,6 +29,7 @@ sys.path.insert(0, HERE)
 
 import pandas_peer  # noqa: E402
 import stattree  # noqa: E402
+from markdown_table import print_table  # noqa: E402
 from tool_bench import differences, peer_numbers, rate, tool_numbers  # noqa: E402
 
 
@@ -85,13 +86,7 @@ def main():
 
     header = ["records", "job.run(df)", "stattree rate", "pandas groupby", "pandas rate",
               "stattree/pandas", "agree"]
-    widths = [max(len(line[i]) for line in [header] + rows) for i in range(len(header))]
-    print("| " + " | ".join(h.ljust(w) for h, w in zip(header, widths)) + " |")
-    print("| " + " | ".join("-" * (w - 1) + ":" if i < len(header) - 1 else "-" * w
-                            for i, w in enumerate(widths)) + " |")
-    for line in rows:
-        print("| " + " | ".join(c.rjust(w) if i < len(line) - 1 else c.ljust(w)
-                                for i, (c, w) in enumerate(zip(line, widths))) + " |")
+    print_table(header, rows)
     sys.exit(0 if ok else 1)
 
 

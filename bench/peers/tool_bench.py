@@ -21,6 +21,8 @@ import os
 import subprocess
 import sys
 
+from markdown_table import print_table
+
 HERE = os.path.dirname(os.path.abspath(__file__))
 PYTHON = "/usr/bin/python3" if os.access("/usr/bin/python3", os.X_OK) else "python3"
 # Counts must be equal; percentages (single precision in the engine) agree to
@@ -145,13 +147,7 @@ def main():
 
     header = ["records", "stattree", "stattree rate", "stattree reading alone", "pandas",
               "pandas rate", "stattree/pandas", "agree"]
-    widths = [max(len(line[i]) for line in [header] + rows) for i in range(len(header))]
-    print("| " + " | ".join(h.ljust(w) for h, w in zip(header, widths)) + " |")
-    print("| " + " | ".join("-" * (w - 1) + ":" if i < len(header) - 1 else "-" * w
-                            for i, w in enumerate(widths)) + " |")
-    for line in rows:
-        print("| " + " | ".join(c.rjust(w) if i < len(line) - 1 else c.ljust(w)
-                                for i, (c, w) in enumerate(zip(line, widths))) + " |")
+    print_table(header, rows)
     sys.exit(0 if ok else 1)
 
 
