@@ -16,7 +16,7 @@
 // Failures are reported through TheErrorManager() (code, then the caller's
 // location) and answered with false.
 //
-// Decided here: the indexed accessors refuse an index outside
+// The indexed accessors refuse an index outside
 // 0..count-1 (error 11920 with "index,count" at the accessor's location)
 // instead of reading out of bounds; Initialize releases the criteria objects it
 // abandons; a failed grouping or subset builder releases its half-built

@@ -22,9 +22,9 @@
 // not-available entry: asking it for NotAvailableIndex is an index error.
 //
 // The counters are single-precision numbers, so a bin stops growing at
-// 16,777,216 records. Decided here: the not-available count and the
-// percentage base stop at INT_MAX instead of wrapping; Finalize scales at
-// most as many counters as exist.
+// 16,777,216 records. The not-available count and the percentage base
+// stop at INT_MAX rather than wrap; Finalize scales at most as many
+// counters as exist.
 //
 // A failing ProcessRecord leaves the counters as they were. Thread-safety:
 // none; several accumulators may share one set read-only on one thread.

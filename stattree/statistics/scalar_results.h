@@ -14,7 +14,7 @@
 // Average and StdDev give theirs after Finalize (before it, and after a
 // Finalize that saw no value, the default-constructed Variant).
 //
-// Decided here: the record counts stop at INT_MAX instead of wrapping.
+// The record counts stop at INT_MAX rather than wrap.
 //
 // Each class owns only its own fields; assignment copies the column and
 // every accumulated field, and assigning an object to itself does nothing.
