@@ -39,7 +39,7 @@ class JobParser {
   void ParseStatistic(StatisticSpec& spec, const json& value);
   // A grouping or a subset: an object with an optional "name" and the list
   // under `listKey`, read by the member `parseList`, which also gives the
-  // texts that name the spec when "name" is absent. Sets `has` and `name`
+  // texts that name it when "name" is absent. Sets `has` and `name`
   // only when all of it is right.
   using ListParser = bool (JobParser::*)(StatisticSpec& spec, std::vector<std::string>& nameParts,
                                          const json& list, const std::string& listPath);
