@@ -210,32 +210,20 @@ bool GroupingResults::FindScannedSet(std::size_t& position, bool& found,
   // is compared with each set's as its "=" test would, without the calls.
   const RecordCache* cache = RecordCache::Of(record);
   if (cache == nullptr || !cache->Enabled() || IsErrorSet()) return false;
-  const Variant* value = nullptr;
-  int column = -1;
-  for (std::size_t i = 0; i < groupings.size(); ++i) {
-    const Criteria* test = groupings[i].GetCriteria();
-    // The address of the type: a miss (any other kind) only means the walk.
-    if (test == nullptr || &typeid(*test) != &typeid(MultipleCriteria)) return false;
-    const std::vector<CriteriaTerm>& terms = static_cast<const MultipleCriteria*>(test)->GetTerms();
-    if (terms.size() != 1) return false;
-    const CriteriaTerm& term = terms.front();
-    if (term.op != Equal || term.column == -1 || (value != nullptr && term.column != column)) {
-      return false;
-    }
-    if (value == nullptr) {
-      column = term.column;
-      // A failed read is reported by the first set's test, in the walk.
-      value = cache->Peek(column);
-      if (value == nullptr) return false;
-    }
-    if (value->IsStringEquivalentTo(term.value)) {
-      position = i;
-      found = true;
-      return true;
-    }
-  }
-  found = false;
-  return true;
+  return ScanByValue(
+      *cache, groupings.size(),
+      [this](std::size_t i, const CriteriaTerm*& term) {
+        const Criteria* test = groupings[i].GetCriteria();
+        // The address of the type: a miss (any other kind) only means the walk.
+        if (test == nullptr || &typeid(*test) != &typeid(MultipleCriteria)) return false;
+        const auto& terms = static_cast<const MultipleCriteria*>(test)->GetTerms();
+        if (terms.size() != 1 || terms.front().op != Equal || terms.front().column == -1) {
+          return false;
+        }
+        term = &terms.front();
+        return true;
+      },
+      position, found);
 }
 
 bool GroupingResults::FindIndexedSet(std::size_t& position, bool& found,

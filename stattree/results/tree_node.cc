@@ -247,27 +247,15 @@ bool TreeNode::FindScannedChild(std::size_t& position, bool& found,
   if (children.size() > kLinearChildren || cache == nullptr || !cache->Enabled() || IsErrorSet()) {
     return false;
   }
-  const Variant* value = nullptr;
-  int column = -1;
-  for (std::size_t i = 0; i < children.size(); ++i) {
-    const Criteria* test = children[i]->criteria;
-    if (test == nullptr) continue;
-    const CriteriaTerm* term = KeyTermOf(*test, column);
-    if (term == nullptr) return false;
-    if (value == nullptr) {
-      column = term->column;
-      // A failed read is reported by the first child's test, in the walk.
-      value = cache->Peek(column);
-      if (value == nullptr) return false;
-    }
-    if (value->IsStringEquivalentTo(term->value)) {
-      position = i;
-      found = true;
-      return true;
-    }
-  }
-  found = false;
-  return true;
+  return ScanByValue(
+      *cache, children.size(),
+      [this](std::size_t i, const CriteriaTerm*& term) {
+        const Criteria* test = children[i]->criteria;
+        if (test == nullptr) return true;
+        term = KeyTermOf(*test, -1);
+        return term != nullptr;
+      },
+      position, found);
 }
 
 bool TreeNode::FindIndexedChild(std::size_t& position, bool& found, const StatsRecord& record) {
