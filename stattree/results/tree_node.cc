@@ -29,18 +29,6 @@ constexpr int kLocEmptyName = 11152;
 constexpr const char* kRootFieldName = "Root";
 constexpr const char* kRootNodeName = "root";
 
-// Bumped by every change to any node that can alter a node's children or
-// name; a cached visible-children list is good only at the generation it was
-// built at. Not synchronised, like every other static of the library.
-std::uint64_t sTreeGeneration = 0;
-
-void TreeChanged() { ++sTreeGeneration; }
-
-// Bumped when the criteria of a node that some parent has indexed may
-// change; an index is good only at the generation it was built at. Not
-// bumped while records are processed, so indexes then only grow.
-std::uint64_t sIndexGeneration = 0;
-
 // A node walks its children up to this many; past it, it indexes them.
 constexpr std::size_t kLinearChildren = 8;
 
@@ -63,6 +51,19 @@ const CriteriaTerm* KeyTermOf(const Criteria& test, int column) {
 
 }  // namespace
 
+// The generations of one tree's caches, shared by its nodes, so that a
+// change anywhere in a tree reaches the caches of every ancestor while other
+// trees (and other engines, on other threads) keep theirs.
+struct TreeNode::TreeClock {
+  // Bumped by every change that can alter a node's children or name; a
+  // visible-children list is good only at the generation it was built at.
+  std::uint64_t tree = 0;
+  // Bumped when the criteria of a node that its parent has indexed may
+  // change; an index is good only at the generation it was built at. Not
+  // bumped while records are processed, so indexes then only grow.
+  std::uint64_t index = 0;
+};
+
 struct TreeNode::ChildIndex {
   std::uint64_t generation = 0;
   std::size_t indexedChildren = 0;  // children below this position are in `keys`
@@ -79,10 +80,9 @@ TreeNode::TreeNode() = default;
 // releases the criteria it already holds.
 TreeNode::TreeNode(const TreeNode& other) : TreeNode() { CopyDataMembers(other); }
 
-TreeNode::~TreeNode() {
-  delete criteria;
-  TreeChanged();
-}
+// Nothing to bump: a node goes only with its whole tree, or through its
+// parent's DeleteDataMembers or CopyDataMembers, which bump.
+TreeNode::~TreeNode() { delete criteria; }
 
 void TreeNode::operator=(const TreeNode& other) {  // NOLINT(misc-unconventional-assign-operator)
   // CopyDataMembers replaces every member and reads `other` completely
@@ -108,7 +108,10 @@ void TreeNode::CopyDataMembers(const TreeNode& other) {
   parent = other.parent;
   children.swap(newChildren);  // the old children go with newChildren
   childIndex.reset();
-  for (auto& child : children) child->SetParent(this);
+  for (auto& child : children) {
+    child->SetParent(this);
+    child->JoinTree(Clock());
+  }
   TreeChanged();
 }
 
@@ -141,9 +144,12 @@ bool TreeNode::CreateCriteria(int colNum, const StatsRecord& record) {
   single->AddNewCriteria(term);  // its answer is not needed: the value read below fails too
   CriteriaMayChange();
   criteria = single.release();
-  TreeChanged();
   // The criteria stays attached when it cannot take the record's value.
-  if (!criteria->SetValuesFromRecord(record)) return DumpLocation(kLocCriteriaValue);
+  const bool valued = criteria->SetValuesFromRecord(record);
+  // After the read: a host's call made during it may have cached the
+  // names without this value.
+  TreeChanged();
+  if (!valued) return DumpLocation(kLocCriteriaValue);
   return true;
 }
 
@@ -160,7 +166,23 @@ Criteria* TreeNode::GetCriteria() const {
 }
 
 void TreeNode::CriteriaMayChange() const {
-  if (inParentIndex) ++sIndexGeneration;
+  if (inParentIndex) ++Clock()->index;
+}
+
+void TreeNode::TreeChanged() const { ++Clock()->tree; }
+
+const std::shared_ptr<TreeNode::TreeClock>& TreeNode::Clock() const {
+  if (clock == nullptr) clock = std::make_shared<TreeClock>();
+  return clock;
+}
+
+void TreeNode::JoinTree(const std::shared_ptr<TreeClock>& treeClock) {
+  if (clock == treeClock) return;
+  clock = treeClock;
+  // Generations of the old clock mean nothing against the new one.
+  visibleGeneration = UINT64_MAX;
+  childIndex.reset();
+  for (auto& child : children) child->JoinTree(treeClock);
 }
 
 void TreeNode::SetField(const Field& newField) {
@@ -235,6 +257,7 @@ bool TreeNode::CreateChild(TreeNode*& child, bool& created, const StatsRecord* r
   TreeChanged();
   children.push_back(std::make_unique<TreeNode>());
   children.back()->SetParent(this);
+  children.back()->JoinTree(Clock());
   child = children.back().get();
   return true;
 }
@@ -281,9 +304,10 @@ bool TreeNode::FindIndexedChild(std::size_t& position, bool& found, const StatsR
 }
 
 TreeNode::ChildIndex* TreeNode::CurrentChildIndex() {
-  if (childIndex == nullptr || childIndex->generation != sIndexGeneration) {
+  const std::uint64_t generation = Clock()->index;
+  if (childIndex == nullptr || childIndex->generation != generation) {
     childIndex = std::make_unique<ChildIndex>();
-    childIndex->generation = sIndexGeneration;
+    childIndex->generation = generation;
   }
   ChildIndex& index = *childIndex;
   if (!index.exact) return nullptr;
@@ -353,13 +377,14 @@ bool TreeNode::CollectVisibleChildren(std::vector<TreeNode*>& out) const {
 }
 
 const std::vector<TreeNode*>* TreeNode::VisibleChildren() {
-  if (visibleGeneration != sTreeGeneration) {
+  const std::uint64_t generation = Clock()->tree;
+  if (visibleGeneration != generation) {
     visibleChildren.clear();
     if (!CollectVisibleChildren(visibleChildren)) {
       visibleGeneration = UINT64_MAX;
       return nullptr;
     }
-    visibleGeneration = sTreeGeneration;
+    visibleGeneration = generation;
   }
   return &visibleChildren;
 }

@@ -9,7 +9,8 @@
 // ancestor (GetChildCount, GetChild, GetParent).
 //
 // Visible children are cached per node and rebuilt on demand after any
-// change to any node (children appended, criteria, fields, copies), so that
+// change to any node of its tree (children appended, criteria, fields,
+// copies), so that
 // walking all visible children costs linear time; a node below that cannot
 // be named is never cached and is reported on every walk. The criteria that
 // GetCriteria hands out are meant to be read: changing one later leaves the
@@ -133,14 +134,23 @@ class STATTREE_EXPORT TreeNode {
   // The index brought up to date with the children, or null when it can't
   // be exact for them.
   ChildIndex* CurrentChildIndex();
+  struct TreeClock;
   // Called before this node's criteria may change.
   void CriteriaMayChange() const;
+  // Called on every change that can alter a node's children or name.
+  void TreeChanged() const;
+  // This node's tree's clock, made on first need.
+  const std::shared_ptr<TreeClock>& Clock() const;
+  // This node and its descendants share `treeClock` from now on.
+  void JoinTree(const std::shared_ptr<TreeClock>& treeClock);
 
   Criteria* criteria = nullptr;  // owned
   NodeResults results;
   Field field;
   TreeNode* parent = nullptr;  // not owned
   std::vector<std::unique_ptr<TreeNode>> children;
+  // Shared with every node of the tree: a child joins its parent's.
+  mutable std::shared_ptr<TreeClock> clock;
   std::vector<TreeNode*> visibleChildren;  // valid at visibleGeneration only
   std::uint64_t visibleGeneration = UINT64_MAX;
   // Built lazily past a few children: most nodes never have one.

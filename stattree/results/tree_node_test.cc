@@ -125,6 +125,22 @@ TEST_F(TreeNodeTest, CopiesAreDeepAndRepointTheirChildren) {
   EXPECT_EQ(north->GetChildCount(), 0);
 }
 
+// A change deep inside a copy reaches the copy's cached walk, not the
+// source's: the copied children join the copy's tree.
+TEST_F(TreeNodeTest, EachTreeKeepsItsOwnCaches) {
+  TreeNode* north = Descend(root, MapRecord{{1, "North"}}, 1);
+  TreeNode* blank = Descend(*north, MapRecord{{2, ""}}, 2);
+  Descend(*blank, MapRecord{{3, "X"}}, 3);
+  TreeNode copy(*north);
+  EXPECT_EQ(copy.GetChildCount(), 1);  // X, in the blank child's place
+  TreeNode* copiedBlank = Descend(copy, MapRecord{{2, ""}}, 2);
+  ASSERT_NE(copiedBlank, blank);
+  Descend(*copiedBlank, MapRecord{{3, "Y"}}, 3);
+  EXPECT_EQ(copy.GetChildCount(), 2);
+  EXPECT_EQ(north->GetChildCount(), 1);
+  EXPECT_EQ(root.GetChildCount(), 1);
+}
+
 // Past a few children a node finds its child through an index; these pin
 // that it answers exactly as the walk in creation order.
 class TreeNodeManyChildrenTest : public TreeNodeTest {
