@@ -325,7 +325,6 @@ void GroupingResults::DumpObject(std::ostream& os, const std::map<std::string, S
   for (StatsSet& set : groupings) set.DumpObject(os, defns);
 }
 
-
 // ---------------------------------------------------------------------------
 // Partial results
 

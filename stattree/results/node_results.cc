@@ -77,7 +77,6 @@ void NodeResults::DumpObject(std::ostream& os, const std::map<std::string, Stats
   }
 }
 
-
 // ---------------------------------------------------------------------------
 // Partial results
 

@@ -328,14 +328,13 @@ void StatsSet::DumpObject(std::ostream& os, const std::map<std::string, StatsDef
   }
 }
 
-
 // ---------------------------------------------------------------------------
 // Partial results
 
 bool StatsSet::HoldsSameStatistics(const StatsSet& later) const {
   if (results.size() != later.results.size()) return false;
-  if (table != later.table && (table == nullptr || later.table == nullptr ||
-                               table->names != later.table->names)) {
+  if (table != later.table &&
+      (table == nullptr || later.table == nullptr || table->names != later.table->names)) {
     return false;
   }
   for (std::size_t i = 0; i < results.size(); ++i) {
@@ -349,7 +348,8 @@ bool StatsSet::MergeFrom(const StatsSet& later) {
   recordsProcessed = recordsProcessed > INT_MAX - later.recordsProcessed
                          ? INT_MAX
                          : recordsProcessed + later.recordsProcessed;
-  for (std::size_t i = 0; i < results.size(); ++i) ResultState::Merge(*results[i], *later.results[i]);
+  for (std::size_t i = 0; i < results.size(); ++i)
+    ResultState::Merge(*results[i], *later.results[i]);
   return true;
 }
 

@@ -146,7 +146,6 @@ void SubsetResults::DumpObject(std::ostream& os, const std::map<std::string, Sta
   }
 }
 
-
 // ---------------------------------------------------------------------------
 // Partial results
 

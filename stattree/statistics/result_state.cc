@@ -72,8 +72,7 @@ bool ResultState::Merge(StatsResult& into, const StatsResult& later) {
   if (!SameKind(into, later)) return false;
   switch (TagOf(into)) {
     case kCount:
-      AddCount(static_cast<CountResult&>(into).count,
-               static_cast<const CountResult&>(later).count);
+      AddCount(static_cast<CountResult&>(into).count, static_cast<const CountResult&>(later).count);
       return true;
     case kCountValid:
       AddCount(static_cast<CountValidResult&>(into).count,
