@@ -126,7 +126,7 @@ void ReadAnswers(Stats& stats, const Definitions& definitions, const std::string
     std::string name;
     ASSERT_TRUE(stats.GetChildName(name, i));
     ASSERT_TRUE(stats.MoveToChild(i));
-    ReadAnswers(stats, definitions, path + "/" + name, out);
+    ReadAnswers(stats, definitions, path + "/" += name, out);
     ASSERT_TRUE(stats.MoveToParent());
   }
 }
@@ -170,6 +170,7 @@ TEST(MergeProperty, RangesMergedInOrderAnswerAsOneRun) {
     const Definitions copied = definitions;
     std::vector<Field> tree;
     const int levels = static_cast<int>(rng() % 4);
+    tree.reserve(static_cast<std::size_t>(levels));
     for (int i = 0; i < levels; ++i) {
       tree.push_back(MakeField("T" + std::to_string(i), static_cast<int>(rng() % kColumns)));
     }
