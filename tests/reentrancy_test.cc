@@ -27,14 +27,10 @@ using testing::TableStats;
 
 using Definitions = std::map<std::string, StatsDefn>;
 
-// Columns: 0 Year, 1 Channel, 2 Amount, 3 Region. A short row makes the
-// reads of columns 2 and 3 fail, so that GetError is called back too.
+// A short row makes the reads of Amount and Region fail, so that GetError
+// is called back too.
 std::vector<Row> Rows(bool withShortRow) {
-  std::vector<Row> rows = {{2004, "Web", 10, "North"},
-                           {2004, "Store", 4, "South"},
-                           {2005, "Web", 7, "North"},
-                           {2005, "Phone", 1, ""},
-                           {2006, "Web", 3, "South"}};
+  std::vector<Row> rows = testing::SalesRows();
   if (withShortRow) rows.insert(rows.begin() + 3, Row{2005, "Web"});
   return rows;
 }
@@ -115,7 +111,7 @@ void RunSequence(unsigned seed, int& refusals) {
   std::mt19937 inner(seed * 7919U + 1U);
   const Definitions definitions = testing::SalesDefinitions();
   const Definitions otherDefinitions = testing::SalesDefinitions();
-  const std::vector<Field> fields = {MakeField("Year", 0), MakeField("Region", 3)};
+  const std::vector<Field> fields = testing::YearsAndRegions();
 
   std::unique_ptr<TableStats> poked;
   std::unique_ptr<TableStats> alone;
