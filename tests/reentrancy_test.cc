@@ -10,6 +10,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/host_fixture.h"
@@ -92,8 +93,7 @@ struct Observed {
 
   bool operator==(const Observed& o) const {
     return result == o.result && state == o.state && outcome == o.outcome && nodes == o.nodes &&
-           error.set == o.error.set && error.code == o.error.code &&
-           error.detail == o.error.detail && error.locations == o.error.locations && tree == o.tree;
+           error == o.error && tree == o.tree;
   }
 };
 
@@ -132,8 +132,8 @@ void RunSequence(unsigned seed, int& refusals) {
     if (nested.location != 0) {
       const ErrorSnapshot error = HeldError();
       EXPECT_FALSE(result);
-      EXPECT_EQ(error.code, 10075);
-      EXPECT_EQ(error.locations, std::vector<int>{nested.location});
+      EXPECT_EQ(std::make_pair(error.code, error.locations),
+                std::make_pair(10075, std::vector<int>{nested.location}));
       ++refusals;
       resetRefused = resetRefused || nested.location == 10005;
     } else {
@@ -206,11 +206,10 @@ void RunSequence(unsigned seed, int& refusals) {
     }
     ASSERT_TRUE(actual == expected)
         << "result " << actual.result << "/" << expected.result << " state " << actual.state << "/"
-        << expected.state << " code " << actual.error.code << "/" << expected.error.code
-        << " outcome " << static_cast<int>(actual.outcome) << "/"
+        << expected.state << " outcome " << static_cast<int>(actual.outcome) << "/"
         << static_cast<int>(expected.outcome) << " nodes " << actual.nodes << "/" << expected.nodes
-        << " locations " << ::testing::PrintToString(actual.error.locations) << "/"
-        << ::testing::PrintToString(expected.error.locations) << "\n"
+        << "\n" << ::testing::PrintToString(actual.error) << "\n"
+        << ::testing::PrintToString(expected.error) << "\n"
         << actual.tree << "---\n"
         << expected.tree;
     if (outer() % 10 == 0) startOver();
