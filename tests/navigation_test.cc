@@ -5,6 +5,7 @@
 // never crash and never fail silently.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <map>
 #include <random>
 #include <string>
@@ -306,98 +307,45 @@ TEST_F(NavigationTest, RandomCallStormNeverFailsSilently) {
   const std::vector<std::string> names = {"Sales",   "Channels", "SouthAverage", "Bins",
                                           "Records", "",         "Nope"};
   auto index = [&] { return static_cast<int>(random() % 14) - 4; };
+  std::string text;
+  Variant value;
+  std::vector<std::string> texts;
+  int count = 0;
+  // A plain false from IsEnum is an answer, and the counts have none.
+  const std::vector<std::function<bool()>> calls = {
+      [&] { return stats_.MoveToRootNode(); },
+      [&] { return stats_.MoveToParent(); },
+      [&] { return stats_.MoveToChild(index()); },
+      [&] { return stats_.MoveToStatsResult(names[random() % names.size()]); },
+      [&] { return stats_.GetChildName(text, index()); },
+      [&] { return stats_.GetNodeName(text); },
+      [&] { return stats_.GetNodeField(text); },
+      [&] { return stats_.GetResult(value, index()); },
+      [&] { return stats_.GetGroupingTotal(value); },
+      [&] { return stats_.GetGroupingValueCombo(texts, index()); },
+      [&] { return stats_.GetGroupingValue(text, index(), index()); },
+      [&] { return stats_.GetGroupingField(text, index()); },
+      [&] { return stats_.GetSubsetField(text, index()); },
+      [&] { return stats_.GetSubsetFieldValue(value, index()); },
+      [&] { return stats_.GetCurrentStatsField(text); },
+      [&] { return stats_.GetCurrentStatsType(text); },
+      [&] { return stats_.GetEnumValueCount(count, index()); },
+      [&] { return stats_.GetEnumResult(value, index(), index()); },
+      [&] { return stats_.GetEnumGroupingTotal(value, index()); },
+      [&] { return stats_.GetEnumValue(text, index(), index(), random() % 2 == 0); },
+      [&] { return stats_.GetEnumValue(value, index(), index()); },
+      [&] { return stats_.FindEnumIndex(random() % 2 ? "Web" : "zzz") != -1; },
+      [&] { return stats_.IsEnum() || true; },
+      [&] { return stats_.GetChildCount() + stats_.GetGroupingValueCount() >= 0; },
+      [&] {
+        return stats_.GetRecordsProcessed(index()) + stats_.GetTotalGroupingRecordsProcessed() >= 0;
+      },
+      [&] { return stats_.GetGroupingFieldCount() + stats_.GetSubsetFieldCount() >= 0; },
+  };
   for (int call = 0; call < 20000; ++call) {
     Stats::ClearError();
-    bool ok = true;
-    std::string text;
-    Variant value;
-    std::vector<std::string> texts;
-    int count = 0;
-    const unsigned op = random() % 26;
-    switch (op) {
-      case 0:
-        ok = stats_.MoveToRootNode();
-        break;
-      case 1:
-        ok = stats_.MoveToParent();
-        break;
-      case 2:
-        ok = stats_.MoveToChild(index());
-        break;
-      case 3:
-        ok = stats_.MoveToStatsResult(names[random() % names.size()]);
-        break;
-      case 4:
-        ok = stats_.GetChildName(text, index());
-        break;
-      case 5:
-        ok = stats_.GetNodeName(text);
-        break;
-      case 6:
-        ok = stats_.GetNodeField(text);
-        break;
-      case 7:
-        ok = stats_.GetResult(value, index());
-        break;
-      case 8:
-        ok = stats_.GetGroupingTotal(value);
-        break;
-      case 9:
-        ok = stats_.GetGroupingValueCombo(texts, index());
-        break;
-      case 10:
-        ok = stats_.GetGroupingValue(text, index(), index());
-        break;
-      case 11:
-        ok = stats_.GetGroupingField(text, index());
-        break;
-      case 12:
-        ok = stats_.GetSubsetField(text, index());
-        break;
-      case 13:
-        ok = stats_.GetSubsetFieldValue(value, index());
-        break;
-      case 14:
-        ok = stats_.GetCurrentStatsField(text);
-        break;
-      case 15:
-        ok = stats_.GetCurrentStatsType(text);
-        break;
-      case 16:
-        ok = stats_.GetEnumValueCount(count, index());
-        break;
-      case 17:
-        ok = stats_.GetEnumResult(value, index(), index());
-        break;
-      case 18:
-        ok = stats_.GetEnumGroupingTotal(value, index());
-        break;
-      case 19:
-        ok = stats_.GetEnumValue(text, index(), index(), random() % 2 == 0);
-        break;
-      case 20:
-        ok = stats_.GetEnumValue(value, index(), index());
-        break;
-      case 21:
-        ok = stats_.FindEnumIndex(random() % 2 ? "Web" : "zzz") != -1;
-        break;
-      case 22:
-        stats_.IsEnum();
-        break;  // a plain false is an answer, not a failure
-      case 23:
-        stats_.GetChildCount();
-        stats_.GetGroupingValueCount();
-        break;
-      case 24:
-        stats_.GetRecordsProcessed(index());
-        stats_.GetTotalGroupingRecordsProcessed();
-        break;
-      default:
-        stats_.GetGroupingFieldCount();
-        stats_.GetSubsetFieldCount();
-        break;
-    }
-    if (!ok) {
+    const unsigned op = random() % calls.size();
+    if (!calls[op]()) {
       ASSERT_TRUE(Stats::IsErrorSet()) << "call " << call << " op " << op << " failed silently";
     }
   }
