@@ -1,11 +1,9 @@
-// Allocation failures in a host's calls. The binary replaces the global
-// allocation functions so that, once armed, the n-th allocation fails:
-// once, or from then on (memory that stays exhausted). Every failure point
-// of Configure, ProcessRecords and a full read of the results is visited;
-// under the sanitizers LeakSanitizer checks that none of them leaks.
+// Allocation failures in a host's calls, once or from then on. Every
+// failure point of Configure, ProcessRecords and a full read of the results
+// is visited; under the sanitizers LeakSanitizer checks that none of them
+// leaks.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <functional>
 #include <map>
 #include <new>
@@ -14,67 +12,18 @@
 #include <tuple>
 #include <vector>
 
+#include "tests/failing_allocator.h"
 #include "tests/host_fixture.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 #include <sanitizer/lsan_interface.h>
 #endif
 
-namespace {
-
-long gCountdown = -1;  // -1: never fail; n: the allocation after n more fails
-bool gSustained = false;
-bool gInjected = false;
-
-void* Allocate(std::size_t size) {
-  if (gCountdown == 0) {
-    gInjected = true;
-    if (!gSustained) gCountdown = -1;
-    throw std::bad_alloc();
-  }
-  if (gCountdown > 0) --gCountdown;
-  void* block = std::malloc(size == 0 ? 1 : size);
-  if (block == nullptr) throw std::bad_alloc();
-  return block;
-}
-
-void Arm(long n, bool sustained = false) {
-  gInjected = false;
-  gSustained = sustained;
-  gCountdown = n;
-}
-
-// Whether a failure was injected since Arm.
-bool Disarm() {
-  gCountdown = -1;
-  gSustained = false;
-  return gInjected;
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) { return Allocate(size); }
-void* operator new[](std::size_t size) { return Allocate(size); }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  try {
-    return Allocate(size);
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
-}
-void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept {
-  return operator new(size, tag);
-}
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete(void* block, const std::nothrow_t&) noexcept { std::free(block); }
-void operator delete[](void* block, const std::nothrow_t&) noexcept { std::free(block); }
-void operator delete[](void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
-void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
-
 namespace stattree {
 namespace {
 
+using testing::Arm;
+using testing::Disarm;
 using testing::ErrorSnapshot;
 using testing::HeldError;
 using testing::MakeDefn;
