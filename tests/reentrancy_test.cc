@@ -208,7 +208,8 @@ void RunSequence(unsigned seed, int& refusals) {
         << "result " << actual.result << "/" << expected.result << " state " << actual.state << "/"
         << expected.state << " outcome " << static_cast<int>(actual.outcome) << "/"
         << static_cast<int>(expected.outcome) << " nodes " << actual.nodes << "/" << expected.nodes
-        << "\n" << ::testing::PrintToString(actual.error) << "\n"
+        << "\n"
+        << ::testing::PrintToString(actual.error) << "\n"
         << ::testing::PrintToString(expected.error) << "\n"
         << actual.tree << "---\n"
         << expected.tree;
