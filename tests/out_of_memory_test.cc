@@ -1,79 +1,29 @@
-// Allocation failures in a host's calls. The binary replaces the global
-// allocation functions so that, once armed, the n-th allocation fails:
-// once, or from then on (memory that stays exhausted). Every failure point
-// of Configure, ProcessRecords and a full read of the results is visited;
-// under the sanitizers LeakSanitizer checks that none of them leaks.
+// Allocation failures in a host's calls, once or from then on. Every
+// failure point of Configure, ProcessRecords and a full read of the results
+// is visited; under the sanitizers LeakSanitizer checks that none of them
+// leaks.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <functional>
 #include <map>
 #include <new>
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
+#include "tests/failing_allocator.h"
 #include "tests/host_fixture.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 #include <sanitizer/lsan_interface.h>
 #endif
 
-namespace {
-
-long gCountdown = -1;  // -1: never fail; n: the allocation after n more fails
-bool gSustained = false;
-bool gInjected = false;
-
-void* Allocate(std::size_t size) {
-  if (gCountdown == 0) {
-    gInjected = true;
-    if (!gSustained) gCountdown = -1;
-    throw std::bad_alloc();
-  }
-  if (gCountdown > 0) --gCountdown;
-  void* block = std::malloc(size == 0 ? 1 : size);
-  if (block == nullptr) throw std::bad_alloc();
-  return block;
-}
-
-void Arm(long n, bool sustained = false) {
-  gInjected = false;
-  gSustained = sustained;
-  gCountdown = n;
-}
-
-// Whether a failure was injected since Arm.
-bool Disarm() {
-  gCountdown = -1;
-  gSustained = false;
-  return gInjected;
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) { return Allocate(size); }
-void* operator new[](std::size_t size) { return Allocate(size); }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  try {
-    return Allocate(size);
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
-}
-void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept {
-  return operator new(size, tag);
-}
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete(void* block, const std::nothrow_t&) noexcept { std::free(block); }
-void operator delete[](void* block, const std::nothrow_t&) noexcept { std::free(block); }
-void operator delete[](void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
-void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
-
 namespace stattree {
 namespace {
 
+using testing::Arm;
+using testing::Disarm;
 using testing::ErrorSnapshot;
 using testing::HeldError;
 using testing::MakeDefn;
@@ -84,15 +34,13 @@ using testing::TableStats;
 
 using Definitions = std::map<std::string, StatsDefn>;
 
-// Columns: 0 Year, 1 Channel, 2 Amount, 3 Region. Text values long enough
-// to live on the heap, so that the host's reads can fail too.
+// The sales rows, with text values long enough to live on the heap, so that the host's reads can
+// fail too.
 std::vector<Row> Rows() {
   const std::string north = "North of the river";
   return {{2004, "Web", 10, north}, {2004, "Store", 4, "South"}, {2005, "Web", 7, north},
           {2005, "Phone", 1, ""},   {2006, "Web", 3, "South"},   {2006, "Web", 5, north}};
 }
-
-std::vector<Field> Fields() { return {MakeField("Year", 0), MakeField("Region", 3)}; }
 
 class OutOfMemory : public ::testing::Test {
  protected:
@@ -104,9 +52,8 @@ class OutOfMemory : public ::testing::Test {
 
   static void ExpectOutOfMemory(int location) {
     const ErrorSnapshot error = HeldError();
-    EXPECT_EQ(error.code, 10001);
-    EXPECT_EQ(error.second, 12000);
-    EXPECT_EQ(error.locations, std::vector<int>({location}));
+    EXPECT_EQ(std::make_tuple(error.code, error.second, error.locations),
+              std::make_tuple(10001, 12000, std::vector<int>({location})));
     Stats::ClearError();
   }
 
@@ -120,13 +67,13 @@ class OutOfMemory : public ::testing::Test {
   // The results of an untroubled run.
   std::string Reference() {
     TableStats stats(Rows());
-    EXPECT_TRUE(stats.Configure(&definitions_, Fields()));
+    EXPECT_TRUE(stats.Configure(&definitions_, testing::YearsAndRegions()));
     EXPECT_TRUE(stats.ProcessRecords());
     return ReadTree(stats, definitions_);
   }
 
   const Definitions definitions_ = testing::SalesDefinitions();
-  const std::vector<Field> fields_ = Fields();
+  const std::vector<Field> fields_ = testing::YearsAndRegions();
 };
 
 // Each failure point once, then from that point on.
@@ -178,9 +125,7 @@ TEST_F(OutOfMemory, ProcessRecordsReportsEveryFailureAndLeaksNothing) {
     EXPECT_EQ(stats.GetLastRunOutcome(), Stats::RunOutcome::FailedWithError);
     const bool finalizing = stats.StateIs(Stats::Finalizing);
     EXPECT_TRUE(finalizing || stats.StateIs(Stats::DefinitionsProcessed));
-    EXPECT_FALSE(stats.MoveToRootNode());
-    EXPECT_EQ(HeldError().detail, finalizing ? "3" : "2");
-    Stats::ClearError();
+    testing::ExpectRefused(stats.MoveToRootNode(), 10075, finalizing ? "3" : "2", {10080});
     stats.Reset();
     EXPECT_TRUE(stats.StateIs(Stats::NotConfigured));
   }

@@ -101,16 +101,14 @@ TEST(RecordErrorReport, PresetsDifferBetweenCriteriaAndStatistics) {
             (ErrorSnapshot{true, 0, 90000, "RecordError", true, "", {10610}}));
 
   EXPECT_FALSE(ReportStatisticRecordError(11360, FailingRecord(true)));
-  const ErrorSnapshot statistic = ErrorSnapshot::Of(errors);
-  EXPECT_EQ(statistic.second, 0);
-  EXPECT_EQ(statistic.message, "");
-  EXPECT_FALSE(statistic.flag);
+  EXPECT_EQ(ErrorSnapshot::Of(errors), (ErrorSnapshot{true, 0, 0, "", false, "", {11360}}));
 
   // A record that declines keeps the held error and only adds the location.
   errors.Set(10020);
   ReportStatisticRecordError(11370, FailingRecord(false));
-  EXPECT_EQ(ErrorSnapshot::Of(errors).code, 10020);
-  EXPECT_EQ(errors.GetLocations(), std::vector<int>({11370}));
+  EXPECT_EQ(
+      ErrorSnapshot::Of(errors),
+      (ErrorSnapshot{true, 10020, 90000, "No stats definitions specified", true, "", {11370}}));
   errors.Clear();
 }
 

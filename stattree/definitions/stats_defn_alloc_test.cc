@@ -1,10 +1,7 @@
-// Allocation failures inside the builders and the copy. The test binary
-// replaces the global allocation functions so that the n-th allocation
-// after arming throws; every builder is driven through each of its
-// allocations in turn.
+// Allocation failures inside the builders and the copy: every builder is
+// driven through each of its allocations in turn.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <new>
 #include <set>
 #include <string>
@@ -12,32 +9,8 @@
 #include <vector>
 
 #include "stattree/definitions/stats_defn.h"
+#include "tests/failing_allocator.h"
 #include "tests/test_util.h"
-
-namespace {
-
-// -1: never fail; n >= 0: the allocation after n more succeeds fails.
-long gFailCountdown = -1;
-
-void* Allocate(std::size_t size) {
-  if (gFailCountdown == 0) {
-    gFailCountdown = -1;
-    throw std::bad_alloc();
-  }
-  if (gFailCountdown > 0) --gFailCountdown;
-  void* block = std::malloc(size == 0 ? 1 : size);
-  if (block == nullptr) throw std::bad_alloc();
-  return block;
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) { return Allocate(size); }
-void* operator new[](std::size_t size) { return Allocate(size); }
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete[](void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
-void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
 
 namespace stattree {
 namespace {
@@ -68,10 +41,9 @@ TEST_F(StatsDefnOutOfMemory, EveryBuilderFailsCleanlyAtEachAllocation) {
       SCOPED_TRACE(std::to_string(location) + " allocation " + std::to_string(n));
       StatsDefn defn("Sales", MakeField("Amount", 4), StatsDefn::EnumCount);
       const std::string before = Dump(defn, "");
-      gFailCountdown = n;
+      Arm(n);
       built = build(defn);
-      const bool injected = gFailCountdown == -1;
-      gFailCountdown = -1;
+      const bool injected = Disarm();
       if (built) {
         EXPECT_FALSE(injected) << "failure swallowed";
         EXPECT_GT(n, 0);
@@ -89,14 +61,14 @@ TEST_F(StatsDefnOutOfMemory, FailedCopyLeaksNothingAndLeavesTheSourceIntact) {
   const std::string before = Dump(*source, "");
   bool copied = false;
   for (long n = 0; n < kMaxAllocations && !copied; ++n) {
-    gFailCountdown = n;
+    Arm(n);
     try {
       StatsDefn copy(*source);
-      gFailCountdown = -1;
+      Disarm();
       copied = true;
       EXPECT_EQ(Dump(copy, ""), before);
     } catch (const std::bad_alloc&) {
-      gFailCountdown = -1;
+      Disarm();
     }
   }
   EXPECT_TRUE(copied);

@@ -10,44 +10,13 @@
 #include <vector>
 
 #include "stattree/stattree.h"
+#include "tests/host_fixture.h"
 
 namespace stattree {
 namespace cli {
 namespace {
 
-using Rows = std::vector<std::vector<Variant>>;
-
-class RowRecord : public StatsRecord {
- public:
-  bool GetValue(Variant& value, int colNum) const override {
-    if (row == nullptr || colNum < 0 || static_cast<std::size_t>(colNum) >= row->size()) {
-      return false;
-    }
-    value = (*row)[static_cast<std::size_t>(colNum)];
-    return true;
-  }
-  bool GetError(int&, int&, std::string&, bool&) const override { return false; }
-  const std::vector<Variant>* row = nullptr;
-};
-
-class RowStats : public Stats {
- public:
-  explicit RowStats(const Rows& rows) : Stats(&record_), rows_(rows) {}
-  bool MoveToFirstRecord() override { return MoveTo(0); }
-  bool MoveToNextRecord() override { return MoveTo(next_); }
-  int GetRecordCount() override { return static_cast<int>(rows_.size()); }
-
- private:
-  bool MoveTo(std::size_t index) {
-    if (index >= rows_.size()) return false;
-    record_.row = &rows_[index];
-    next_ = index + 1;
-    return true;
-  }
-  RowRecord record_;
-  const Rows& rows_;
-  std::size_t next_ = 0;
-};
+using Rows = std::vector<testing::Row>;
 
 int EngineNodeCount(const Rows& rows, int levels) {
   std::vector<Field> tree;
@@ -55,7 +24,7 @@ int EngineNodeCount(const Rows& rows, int levels) {
   for (int i = 0; i < levels; ++i) tree.push_back(Field{"f" + std::to_string(i), i});
   std::map<std::string, StatsDefn> definitions;
   definitions.emplace("n", StatsDefn("n", Field{"f0", 0}, StatsDefn::Count));
-  RowStats stats(rows);
+  testing::TableStats stats(rows);
   Stats::ClearError();
   EXPECT_TRUE(stats.Configure(&definitions, tree));
   EXPECT_TRUE(stats.ProcessRecords());
