@@ -122,8 +122,9 @@ demo:
 	  --format html --output $(RELEASE_DIR)/sales-report.html
 	@echo "HTML report: $(abspath $(RELEASE_DIR))/sales-report.html"
 
-# libFuzzer on the CSV reader, the job loader and the library driven as a
-# host drives it (fuzz/fuzz_engine.cc), FUZZ_SECONDS each, in a clang build
+# libFuzzer on the CSV reader, the job loader, the library driven as a
+# host drives it (fuzz/fuzz_engine.cc) and the reader of partial results
+# (fuzz/fuzz_results_reader.cc), FUZZ_SECONDS each, in a clang build
 # of their own. New inputs land in $(FUZZ_DIR)/corpus, never in the seeds;
 # a crash stops the run and leaves its input in the current directory (turn
 # it into a test).
@@ -135,8 +136,9 @@ fuzz:
 	cmake -S . -B $(FUZZ_DIR) -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
 	  -DSTATTREE_BUILD_FUZZ=ON -DSTATTREE_BUILD_TESTS=OFF -DSTATTREE_BUILD_BENCH=OFF \
 	  -DSTATTREE_BUILD_TOOLS=OFF
-	cmake --build $(FUZZ_DIR) -j$(JOBS) --target fuzz_csv_reader fuzz_job_loader fuzz_engine
-	for target in csv_reader job_loader engine; do \
+	cmake --build $(FUZZ_DIR) -j$(JOBS) --target fuzz_csv_reader fuzz_job_loader fuzz_engine \
+	  fuzz_results_reader
+	for target in csv_reader job_loader engine results_reader; do \
 	  mkdir -p $(FUZZ_DIR)/corpus/$$target && \
 	  $(FUZZ_DIR)/fuzz/fuzz_$$target -max_total_time=$(FUZZ_SECONDS) -rss_limit_mb=2048 \
 	    $(FUZZ_DIR)/corpus/$$target fuzz/seeds/$$target || exit 1; \

@@ -249,7 +249,7 @@ bool Stats::ProcessRecords(ProgressManager* progress) {
 bool Stats::RunRecords(ProgressManager* progress, bool& cancelled) {
   if (!MoveToFirstRecord()) {
     if (IsErrorSet()) return DumpLocation(kLocNoFirstRecord);
-    SetState(ProcessingDone);
+    if (finalizeRun) SetState(ProcessingDone);
     return true;
   }
   try {
@@ -277,6 +277,7 @@ bool Stats::RunRecords(ProgressManager* progress, bool& cancelled) {
       progress->TaskDone();
       if (resetRefused) return DumpLocation(kLocRecordsEnded);
     }
+    if (!finalizeRun) return true;
     // An allocation failure from here on leaves the state at Finalizing: the
     // nodes are partly finalized, so neither navigation nor another run may
     // follow; Reset still starts over.

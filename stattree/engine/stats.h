@@ -51,6 +51,8 @@
 
 namespace stattree {
 
+class BinaryReader;
+class BinaryWriter;
 class EnumResult;
 class GroupingResults;
 class StatsResult;
@@ -104,6 +106,51 @@ class STATTREE_EXPORT Stats {
   // finalization it leaves the state at Finalizing, where navigation is
   // refused and only Reset leads on.
   bool ProcessRecords(ProgressManager* progress = nullptr);
+
+  // Partial results (stats_merge.cc). Engines that processed consecutive
+  // ranges of one record stream, merged in order into the first, hold what
+  // one engine holds over the whole stream; finalize once at the end.
+  //
+  // With `finalize` false the run is that of ProcessRecords, but its
+  // records stay unfinalized: on success the state stays
+  // DefinitionsProcessed (with or without records), so a further run adds
+  // on top, and Merge, SaveResults and Finalize apply. With true it is
+  // ProcessRecords.
+  bool ProcessRecords(ProgressManager* progress, bool finalize);
+  // DefinitionsProcessed -> ProcessingDone through Finalizing: finalizes
+  // every visible node as a run's end does. Wrong state: 10075 at 10571; a
+  // node that fails: 10574 (the state stays Finalizing).
+  bool Finalize();
+  // Takes in `later`'s unfinalized results as if its records had come after
+  // this engine's: the same tree, children in first-seen order (ours, then
+  // later's new ones in its order); the same combinations, each keeping
+  // its first-seen grouping values; counts, Min and Max (ties keep ours),
+  // enumeration and histogram counts, N/A counts and percentages exact;
+  // Sum, Average and StdDev within rounding, their sums being added in
+  // another order (integer sums exact). `later` is not changed.
+  // Both engines unfinalized (DefinitionsProcessed), not running, and
+  // configured with the same tree fields and equal definitions (the same
+  // map, or maps whose definitions dump alike). Checked before anything
+  // changes; a refusal changes nothing:
+  //   this engine's state: 10075 at 10576;
+  //   `later` finalized, in another state, running, or this engine: 10582
+  //   at 10577;
+  //   other definitions or tree fields: 10580 at 10579;
+  //   an error already set: its code stays, location 10581.
+  // An allocation failure (10001 at 10584) may leave the merge half done.
+  bool Merge(const Stats& later);
+  // The unfinalized results in a portable binary form: versioned, with a
+  // checksum and a digest of the definitions and tree fields, independent
+  // of the host's pointers and byte order. Needs DefinitionsProcessed
+  // (10075 at 10586). `out` is replaced.
+  bool SaveResults(std::string& out) const;
+  // Merges results that SaveResults wrote, as Merge does. Refused as Merge
+  // refuses (10075 at 10589; an error set, 10590), and, changing nothing:
+  //   truncated, corrupted or not such results: 10585 at 10591;
+  //   another format version: 10587 at 10591;
+  //   saved with other definitions or tree fields: 10588 at 10591.
+  // An allocation failure: 10001 at 10593.
+  bool MergeResults(const std::string& in);
 
   // How the last run that got under way ended; a refused ProcessRecords is
   // no run and changes nothing. It tells apart the false answers that leave
@@ -195,6 +242,13 @@ class STATTREE_EXPORT Stats {
   void NodeCountRecursively(TreeNode* node, int& count);
   int GetTreeDepth() const;
   bool GetTreeNodeField(Field& field, int level) const;
+  // Partial results (stats_merge.cc).
+  bool MergeNode(TreeNode& into, const TreeNode& later, int depth);
+  bool LoadNode(TreeNode& node, BinaryReader& in, int depth);
+  void SaveNode(const TreeNode& node, BinaryWriter& out) const;
+  bool SameConfiguration(const Stats& other) const;
+  // The tree fields and every definition's dump, in name order.
+  std::string ConfigurationText() const;
 
   void ClearCurrentResultsPointer();
   const StatsDefn* GetStatsDefn(const std::string& name) const;
@@ -220,6 +274,8 @@ class STATTREE_EXPORT Stats {
   // Set for the whole of ProcessRecords, exceptions included.
   bool running = false;
   bool resetRefused = false;
+  // False while a run is to leave its records unfinalized.
+  bool finalizeRun = true;
   RunOutcome lastRunOutcome = RunOutcome::NoRun;
 };
 

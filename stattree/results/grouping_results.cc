@@ -5,8 +5,11 @@
 #include <string_view>
 #include <typeinfo>
 
+#include "stattree/boundary/binary_reader.h"
+#include "stattree/boundary/binary_writer.h"
 #include "stattree/boundary/error_reporting.h"
 #include "stattree/boundary/record_cache.h"
+#include "stattree/boundary/value_record.h"
 #include "stattree/criteria/always_pass_criteria.h"
 #include "stattree/criteria/criteria.h"
 #include "stattree/criteria/multiple_criteria.h"
@@ -320,6 +323,117 @@ const StatsSet* GroupingResults::GetGroupingStatsSet(int index) const {
 
 void GroupingResults::DumpObject(std::ostream& os, const std::map<std::string, StatsDefn>& defns) {
   for (StatsSet& set : groupings) set.DumpObject(os, defns);
+}
+
+// ---------------------------------------------------------------------------
+// Partial results
+
+namespace {
+
+// The set's grouping values as a record: each term's value in its column.
+bool ValuesOf(const StatsSet& set, ValueRecord& values) {
+  const Criteria* criteria = set.GetCriteria();
+  if (criteria == nullptr) return false;
+  values.Clear();
+  CriteriaTerm term;
+  for (int i = 0; i < criteria->GetCriteriaCount(); ++i) {
+    if (!criteria->GetCriteria(term, i)) return false;
+    values.Add(term.column, term.value);
+  }
+  return true;
+}
+
+}  // namespace
+
+bool GroupingResults::FindSetOf(std::size_t& position, bool& found, const StatsRecord& record) {
+  found = false;
+  const bool looked = groupings.size() <= kLinearSets ? FindScannedSet(position, found, record)
+                                                      : FindIndexedSet(position, found, record);
+  if (looked) return true;
+  for (std::size_t i = 0; i < groupings.size(); ++i) {
+    if (groupings[i].RecordMeetsCriteria(record)) {
+      position = i;
+      found = true;
+      return true;
+    }
+    if (IsErrorSet()) return false;
+  }
+  return true;
+}
+
+bool GroupingResults::MergeFrom(const GroupingResults& later) {
+  const StatsSet* laterTotals = later.GetTotalsStatsSet();
+  if (!totals.HoldsSameStatistics(*laterTotals)) return false;
+  for (const StatsSet& set : later.groupings) {
+    if (!prototype->HoldsSameStatistics(set)) return false;
+  }
+  SyncTotals();
+  ValueRecord values;
+  for (const StatsSet& set : later.groupings) {
+    std::size_t position = 0;
+    bool found = false;
+    if (!ValuesOf(set, values) || !FindSetOf(position, found, values)) return false;
+    if (!found) {
+      // Its first record would have made the same set here, after ours.
+      groupings.push_back(*prototype);
+      position = groupings.size() - 1;
+      if (!groupings.back().SetGroupingValues(values)) return false;
+    }
+    groupings[position].MergeFrom(set);
+  }
+  totals.MergeFrom(*laterTotals);
+  return true;
+}
+
+void GroupingResults::SaveResults(BinaryWriter& out) const {
+  out.Count(groupings.size());
+  CriteriaTerm term;
+  for (const StatsSet& set : groupings) {
+    const Criteria* criteria = set.GetCriteria();
+    const int count = criteria != nullptr ? criteria->GetCriteriaCount() : 0;
+    out.Count(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) {
+      if (!criteria->GetCriteria(term, i)) term.value.SetEmpty();
+      out.Value(term.value);
+    }
+    set.SaveResults(out);
+  }
+  GetTotalsStatsSet()->SaveResults(out);
+}
+
+bool GroupingResults::LoadResults(BinaryReader& in) {
+  if (!groupings.empty()) return in.Fail();
+  SyncTotals();
+  const Criteria* criteria = prototype->GetCriteria();
+  const int terms = criteria != nullptr ? criteria->GetCriteriaCount() : 0;
+  std::vector<int> columns;
+  CriteriaTerm term;
+  for (int i = 0; i < terms; ++i) {
+    if (!criteria->GetCriteria(term, i)) return in.Fail();
+    columns.push_back(term.column);
+  }
+  // A set takes at least its value count, record count and accumulator count.
+  std::size_t count = 0;
+  if (!in.Count(count, 12)) return false;
+  ValueRecord values;
+  Variant value;
+  for (std::size_t n = 0; n < count; ++n) {
+    std::size_t valueCount = 0;
+    if (!in.Count(valueCount, 1) || valueCount != columns.size()) return in.Fail();
+    values.Clear();
+    for (const int column : columns) {
+      if (!in.Value(value)) return false;
+      values.Add(column, value);
+    }
+    std::size_t position = 0;
+    bool found = false;
+    // Two sets of one combination are never saved.
+    if (!FindSetOf(position, found, values) || found) return in.Fail();
+    groupings.push_back(*prototype);
+    if (!groupings.back().SetGroupingValues(values)) return in.Fail();
+    if (!groupings.back().LoadResults(in)) return false;
+  }
+  return totals.LoadResults(in);
 }
 
 }  // namespace stattree

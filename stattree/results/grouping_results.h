@@ -43,6 +43,8 @@
 namespace stattree {
 
 class AlwaysPassCriteria;
+class BinaryReader;
+class BinaryWriter;
 class Criteria;
 class DefinitionCopies;
 class StatsDefn;
@@ -75,7 +77,23 @@ class STATTREE_EXPORT GroupingResults {
   // The dump of each combination set; totals and prototype are not dumped.
   void DumpObject(std::ostream& os, const std::map<std::string, StatsDefn>& defns);
 
+  // Partial results (grouping_results.cc, at the end). Takes in `later`'s
+  // unfinalized combinations as if its records had followed this grouping's:
+  // a combination already here gets the later set's results added, a new
+  // one is appended in `later`'s first-met order and keeps its values, the
+  // totals add up. Both groupings hold the same statistics (false when a
+  // set does not; nothing is changed then).
+  bool MergeFrom(const GroupingResults& later);
+  // The combinations in first-met order, each with its grouping values,
+  // then the totals.
+  void SaveResults(BinaryWriter& out) const;
+  // Into a grouping that has seen no record; false on malformed input.
+  bool LoadResults(BinaryReader& in);
+
  private:
+  // The set that a record of these values would go to, as ProcessRecord
+  // finds it; false when a membership test failed with an error.
+  bool FindSetOf(std::size_t& position, bool& found, const StatsRecord& record);
   void CopyDataMembers(const GroupingResults& other);
 
   struct SetIndex;

@@ -1,5 +1,7 @@
 #include "stattree/results/node_results.h"
 
+#include "stattree/boundary/binary_reader.h"
+#include "stattree/boundary/binary_writer.h"
 #include "stattree/boundary/error_reporting.h"
 #include "stattree/definitions/stats_defn.h"
 
@@ -73,6 +75,33 @@ void NodeResults::DumpObject(std::ostream& os, const std::map<std::string, Stats
     os << "    Subset: " << (entry.first.empty() ? "all records" : entry.first) << "\r\n";
     entry.second.DumpObject(os, defns);
   }
+}
+
+// ---------------------------------------------------------------------------
+// Partial results
+
+bool NodeResults::MergeFrom(const NodeResults& later) {
+  if (subsets.size() != later.subsets.size()) return false;
+  auto other = later.subsets.begin();
+  for (auto& entry : subsets) {
+    if (entry.first != other->first || !entry.second.MergeFrom(other->second)) return false;
+    ++other;
+  }
+  return true;
+}
+
+void NodeResults::SaveResults(BinaryWriter& out) const {
+  out.Count(subsets.size());
+  for (const auto& entry : subsets) entry.second.SaveResults(out);
+}
+
+bool NodeResults::LoadResults(BinaryReader& in) {
+  std::size_t count = 0;
+  if (!in.Count(count, 1) || count != subsets.size()) return in.Fail();
+  for (auto& entry : subsets) {
+    if (!entry.second.LoadResults(in)) return false;
+  }
+  return true;
 }
 
 }  // namespace stattree

@@ -22,6 +22,8 @@
 
 namespace stattree {
 
+class BinaryReader;
+class BinaryWriter;
 class DefinitionCopies;
 class StatsDefn;
 
@@ -45,6 +47,12 @@ class STATTREE_EXPORT NodeResults {
   SubsetResults* GetSubsetResults(const std::string& name) const;
 
   void DumpObject(std::ostream& os, const std::map<std::string, StatsDefn>& defns);
+
+  // Partial results, subset by subset (node_results.cc, at the end); both
+  // hold the same subsets.
+  bool MergeFrom(const NodeResults& later);
+  void SaveResults(BinaryWriter& out) const;
+  bool LoadResults(BinaryReader& in);
 
  private:
   void CopyDataMembers(const NodeResults& other);

@@ -8,6 +8,8 @@
 #include <new>
 #include <utility>
 
+#include "stattree/boundary/binary_reader.h"
+#include "stattree/boundary/binary_writer.h"
 #include "stattree/boundary/error_reporting.h"
 #include "stattree/boundary/record_cache.h"
 #include "stattree/criteria/criteria.h"
@@ -15,6 +17,7 @@
 #include "stattree/definitions/stats_defn.h"
 #include "stattree/results/definition_copies.h"
 #include "stattree/statistics/enum_result.h"
+#include "stattree/statistics/result_state.h"
 #include "stattree/statistics/stats_result.h"
 
 namespace stattree {
@@ -323,6 +326,50 @@ void StatsSet::DumpObject(std::ostream& os, const std::map<std::string, StatsDef
     results[i]->DumpObject(os);
     os << "\r\n\r\n";
   }
+}
+
+// ---------------------------------------------------------------------------
+// Partial results
+
+bool StatsSet::HoldsSameStatistics(const StatsSet& later) const {
+  if (results.size() != later.results.size()) return false;
+  if (table != later.table &&
+      (table == nullptr || later.table == nullptr || table->names != later.table->names)) {
+    return false;
+  }
+  for (std::size_t i = 0; i < results.size(); ++i) {
+    if (!ResultState::SameKind(*results[i], *later.results[i])) return false;
+  }
+  return true;
+}
+
+bool StatsSet::MergeFrom(const StatsSet& later) {
+  if (!HoldsSameStatistics(later)) return false;
+  recordsProcessed = recordsProcessed > INT_MAX - later.recordsProcessed
+                         ? INT_MAX
+                         : recordsProcessed + later.recordsProcessed;
+  for (std::size_t i = 0; i < results.size(); ++i)
+    ResultState::Merge(*results[i], *later.results[i]);
+  return true;
+}
+
+void StatsSet::SaveResults(BinaryWriter& out) const {
+  out.I32(recordsProcessed);
+  out.Count(results.size());
+  for (const auto& result : results) ResultState::Save(*result, out);
+}
+
+bool StatsSet::LoadResults(BinaryReader& in) {
+  std::int32_t records = 0;
+  std::size_t count = 0;
+  if (!in.I32(records) || records < 0 || !in.Count(count, 1) || count != results.size()) {
+    return in.Fail();
+  }
+  for (const auto& result : results) {
+    if (!ResultState::Load(*result, in)) return false;
+  }
+  recordsProcessed = records;
+  return true;
 }
 
 }  // namespace stattree

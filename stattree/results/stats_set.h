@@ -35,6 +35,8 @@
 
 namespace stattree {
 
+class BinaryReader;
+class BinaryWriter;
 class Criteria;
 class DefinitionCopies;
 class RecordCache;
@@ -92,6 +94,18 @@ class STATTREE_EXPORT StatsSet {
   // One block per statistic, indented by 12 spaces; definitions give the
   // subset and grouping field descriptions, the set the values.
   void DumpObject(std::ostream& os, const std::map<std::string, StatsDefn>& defns);
+
+  // Partial results (stats_set.cc, at the end). Whether `later` holds the
+  // same statistics, each of the same kind.
+  bool HoldsSameStatistics(const StatsSet& later) const;
+  // Adds `later`'s record count and accumulator states to this set's (see
+  // ResultState); the criteria stay this set's own. False, nothing changed,
+  // when the two do not hold the same statistics.
+  bool MergeFrom(const StatsSet& later);
+  // The record count and the accumulator states, not the criteria.
+  void SaveResults(BinaryWriter& out) const;
+  // Replaces the count and states with saved ones; false on malformed input.
+  bool LoadResults(BinaryReader& in);
 
  private:
   void CopyDataMembers(const StatsSet& other);

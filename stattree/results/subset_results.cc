@@ -3,6 +3,8 @@
 #include <string>
 #include <typeinfo>
 
+#include "stattree/boundary/binary_reader.h"
+#include "stattree/boundary/binary_writer.h"
 #include "stattree/boundary/error_reporting.h"
 #include "stattree/boundary/record_cache.h"
 #include "stattree/criteria/criteria.h"
@@ -142,6 +144,33 @@ void SubsetResults::DumpObject(std::ostream& os, const std::map<std::string, Sta
     }
     grouping.DumpObject(os, defns);
   }
+}
+
+// ---------------------------------------------------------------------------
+// Partial results
+
+bool SubsetResults::MergeFrom(const SubsetResults& later) {
+  if (groupings.size() != later.groupings.size()) return false;
+  auto other = later.groupings.begin();
+  for (auto& entry : groupings) {
+    if (entry.first != other->first || !entry.second.MergeFrom(other->second)) return false;
+    ++other;
+  }
+  return true;
+}
+
+void SubsetResults::SaveResults(BinaryWriter& out) const {
+  out.Count(groupings.size());
+  for (const auto& entry : groupings) entry.second.SaveResults(out);
+}
+
+bool SubsetResults::LoadResults(BinaryReader& in) {
+  std::size_t count = 0;
+  if (!in.Count(count, 1) || count != groupings.size()) return in.Fail();
+  for (auto& entry : groupings) {
+    if (!entry.second.LoadResults(in)) return false;
+  }
+  return true;
 }
 
 }  // namespace stattree

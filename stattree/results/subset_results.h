@@ -25,6 +25,8 @@
 
 namespace stattree {
 
+class BinaryReader;
+class BinaryWriter;
 class Criteria;
 class DefinitionCopies;
 class StatsDefn;
@@ -51,6 +53,12 @@ class STATTREE_EXPORT SubsetResults {
   GroupingResults* GetGroupingResults(const std::string& name) const;
 
   void DumpObject(std::ostream& os, const std::map<std::string, StatsDefn>& defns);
+
+  // Partial results, grouping by grouping (subset_results.cc, at the end);
+  // both hold the same groupings.
+  bool MergeFrom(const SubsetResults& later);
+  void SaveResults(BinaryWriter& out) const;
+  bool LoadResults(BinaryReader& in);
 
  private:
   void CopyDataMembers(const SubsetResults& other);

@@ -442,4 +442,9 @@ void TreeNode::DumpObject(std::ostream& os, const std::map<std::string, StatsDef
   results.DumpObject(os, defns);
 }
 
+// Unlike GetCriteria, reading the term leaves the indexes and caches alone.
+bool TreeNode::GetValueTerm(CriteriaTerm& term) const {
+  return criteria != nullptr && criteria->GetCriteriaCount() >= 1 && criteria->GetCriteria(term, 0);
+}
+
 }  // namespace stattree

@@ -54,6 +54,7 @@
 namespace stattree {
 
 class Criteria;
+struct CriteriaTerm;
 class DefinitionCopies;
 class StatsDefn;
 
@@ -114,6 +115,15 @@ class STATTREE_EXPORT TreeNode {
 
   // The node's results only: no name, no children.
   void DumpObject(std::ostream& os, const std::map<std::string, StatsDefn>& defns);
+
+  // Partial results (Stats::Merge and their binary form): the children in
+  // creation order, empty ones included; the value a child stands for (the
+  // term of its criteria; false without one); the node's results.
+  std::size_t GetCreatedChildCount() const { return children.size(); }
+  const TreeNode& GetCreatedChild(std::size_t index) const { return *children[index]; }
+  bool GetValueTerm(CriteriaTerm& term) const;
+  NodeResults& GetNodeResults() { return results; }
+  const NodeResults& GetNodeResults() const { return results; }
 
  private:
   bool FindIthChild(TreeNode*& child, int& counter, int index);

@@ -103,6 +103,7 @@ class EnumResult : public StatsResult {
   static bool InvalidIndexError(int location, int index, int count);
 
  protected:
+  friend class ResultState;
   CriteriaSet* criteriaSet = nullptr;   // borrowed, or ownSet's
   std::shared_ptr<CriteriaSet> ownSet;  // once the definitions may be gone
   // One per bin in the set's order; EnumPercentResult keeps percentages
@@ -133,6 +134,7 @@ class EnumPercentResult : public EnumResult {
   int GetRecordEnumIndex(const StatsRecord& record) override;
 
  private:
+  friend class ResultState;
   int total = 0;        // records that landed in a bin
   bool matched = true;  // whether the last lookup found a bin
 };

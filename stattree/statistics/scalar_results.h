@@ -46,6 +46,7 @@ class CountResult : public StatsResult {
   void DumpObject(std::ostream& os) override;
 
  private:
+  friend class ResultState;
   int count = 0;
 };
 
@@ -63,6 +64,7 @@ class CountValidResult : public StatsResult {
   void DumpObject(std::ostream& os) override;
 
  private:
+  friend class ResultState;
   int count = 0;
 };
 
@@ -79,6 +81,7 @@ class MinResult : public StatsResult {
   void DumpObject(std::ostream& os) override;
 
  private:
+  friend class ResultState;
   Variant minimum;
 };
 
@@ -95,6 +98,7 @@ class MaxResult : public StatsResult {
   void DumpObject(std::ostream& os) override;
 
  private:
+  friend class ResultState;
   Variant maximum;
 };
 
@@ -112,6 +116,7 @@ class SumResult : public StatsResult {
   void DumpObject(std::ostream& os) override;
 
  private:
+  friend class ResultState;
   Variant sum = Variant(0);
 };
 
@@ -130,6 +135,7 @@ class AverageResult : public StatsResult {
   void DumpObject(std::ostream& os) override;
 
  private:
+  friend class ResultState;
   Variant sum = Variant(0);
   int count = 0;
   Variant average;
@@ -153,6 +159,7 @@ class StdDevResult : public StatsResult {
   void DumpObject(std::ostream& os) override;
 
  private:
+  friend class ResultState;
   Variant sum = Variant(0);
   Variant sumOfSquares = Variant(0);
   int count = 0;

@@ -1,0 +1,27 @@
+#include "stattree/boundary/value_record.h"
+
+namespace stattree {
+
+void ValueRecord::Add(int column, const Variant& value) {
+  for (const auto& held : values) {
+    if (held.first == column) return;
+  }
+  values.emplace_back(column, value);
+}
+
+bool ValueRecord::GetValue(Variant& value, int colNum) const {
+  for (const auto& held : values) {
+    if (held.first == colNum) {
+      value = held.second;
+      return true;
+    }
+  }
+  return false;
+}
+
+bool ValueRecord::GetError(int& /*code*/, int& /*second*/, std::string& /*message*/,
+                           bool& /*flag*/) const {
+  return false;
+}
+
+}  // namespace stattree
