@@ -133,24 +133,57 @@ class CountingProgress : public ProgressManager {
   Callback onCall;
 };
 
-// A grouping, an enumeration (grouped too), a subset and a histogram over
-// rows of 0 Year, 1 Channel, 2 Amount, 3 Region.
-inline std::map<std::string, StatsDefn> SalesDefinitions() {
-  std::map<std::string, StatsDefn> definitions;
-  StatsDefn sales = MakeDefn("Sales", "Amount", 2, StatsDefn::StdDev);
-  EXPECT_TRUE(sales.CreateGroupingSpec("ByRegion", {MakeField("Region", 3)}));
-  definitions["Sales"] = sales;
-  StatsDefn channels = MakeDefn("Channels", "Channel", 1, StatsDefn::EnumPercent);
+// The sales table every engine-level test reads: its columns, a few rows,
+// and the tree of years and regions over them.
+constexpr int kYear = 0;
+constexpr int kChannel = 1;
+constexpr int kAmount = 2;
+constexpr int kRegion = 3;
+
+inline std::vector<Row> SalesRows() {
+  return {{2004, "Web", 10, "North"},
+          {2004, "Store", 4, "South"},
+          {2005, "Web", 7, "North"},
+          {2005, "Phone", 1, ""},
+          {2006, "Web", 3, "South"}};
+}
+
+inline std::vector<Field> YearsAndRegions() {
+  return {MakeField("Year", kYear), MakeField("Region", kRegion)};
+}
+
+inline StatsDefn SalesByRegion(StatsDefn::StatsType type) {
+  StatsDefn sales = MakeDefn("Sales", "Amount", kAmount, type);
+  EXPECT_TRUE(sales.CreateGroupingSpec("ByRegion", {MakeField("Region", kRegion)}));
+  return sales;
+}
+
+inline StatsDefn ChannelShares() {
+  StatsDefn channels = MakeDefn("Channels", "Channel", kChannel, StatsDefn::EnumPercent);
   EXPECT_TRUE(channels.CreateEnumSpec(std::vector<std::string>{"Web", "Store"}));
-  EXPECT_TRUE(channels.CreateGroupingSpec("ByRegion", {MakeField("Region", 3)}));
-  definitions["Channels"] = channels;
-  StatsDefn south = MakeDefn("South", "Amount", 2, StatsDefn::Average);
-  EXPECT_TRUE(south.CreateSubsetSpec("South", {{MakeField("Region", 3), "South"}}));
-  definitions["South"] = south;
-  StatsDefn bins = MakeDefn("Bins", "Amount", 2, StatsDefn::Histogram1);
+  return channels;
+}
+
+inline StatsDefn SouthAverage(const std::string& name) {
+  StatsDefn south = MakeDefn(name, "Amount", kAmount, StatsDefn::Average);
+  EXPECT_TRUE(south.CreateSubsetSpec("South", {{MakeField("Region", kRegion), "South"}}));
+  return south;
+}
+
+inline StatsDefn AmountBins() {
+  StatsDefn bins = MakeDefn("Bins", "Amount", kAmount, StatsDefn::Histogram1);
   EXPECT_TRUE(bins.CreateHistogramSpec(Variant(0), Variant(5), 2));
-  definitions["Bins"] = bins;
-  return definitions;
+  return bins;
+}
+
+// A grouping, an enumeration (grouped too), a subset and a histogram.
+inline std::map<std::string, StatsDefn> SalesDefinitions() {
+  StatsDefn channels = ChannelShares();
+  EXPECT_TRUE(channels.CreateGroupingSpec("ByRegion", {MakeField("Region", kRegion)}));
+  return {{"Sales", SalesByRegion(StatsDefn::StdDev)},
+          {"Channels", channels},
+          {"South", SouthAverage("South")},
+          {"Bins", AmountBins()}};
 }
 
 // Everything the cursor reaches, as text: the node names, and per node and

@@ -1,8 +1,11 @@
-// Reading results back through the cursor: the worked path, navigation in
-// every state with its failure codes, and a random call storm that must
+// Reading results back through the cursor: the tree grows one level per
+// tree field, empty nodes are transparent, every visible node holds the
+// statistics of its own records per grouping value combination; navigation
+// in every state with its failure codes, and a random call storm that must
 // never crash and never fail silently.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <map>
 #include <random>
 #include <string>
@@ -15,60 +18,51 @@ namespace {
 
 using testing::ExpectError;
 using testing::HeldError;
+using testing::kAmount;
+using testing::kYear;
 using testing::MakeDefn;
 using testing::MakeField;
 using testing::Row;
+using testing::SalesByRegion;
 using testing::TableStats;
 
-// Columns: 0 Year, 1 Channel, 2 Quantity, 3 Amount, 4 unused, 5 Region.
 std::vector<Row> Sales() {
-  return {
-      {2004, "Web", 1, 10, Variant(), "North"},  {2004, "Store", 2, 4, Variant(), "South"},
-      {2005, "Web", 3, 7, Variant(), "North"},   {2005, "Web", 1, 2, Variant(), ""},
-      {2005, "Phone", 5, 1, Variant(), "North"},
-  };
+  return {{2004, "Web", 10, "North"},
+          {2004, "Store", 4, "South"},
+          {2005, "Web", 7, "North"},
+          {2005, "Web", 2, ""},
+          {2005, "Phone", 1, "North"}};
 }
 
 std::map<std::string, StatsDefn> Definitions() {
-  std::map<std::string, StatsDefn> definitions;
-  StatsDefn sales = MakeDefn("Sales", "Amount", 3, StatsDefn::Sum);
-  EXPECT_TRUE(sales.CreateGroupingSpec("ByRegion", {MakeField("Region", 5)}));
-  definitions["Sales"] = sales;
-  StatsDefn channels = MakeDefn("Channels", "Channel", 1, StatsDefn::EnumPercent);
-  EXPECT_TRUE(channels.CreateEnumSpec(std::vector<std::string>{"Web", "Store"}));
-  definitions["Channels"] = channels;
-  StatsDefn southAverage = MakeDefn("SouthAverage", "Amount", 3, StatsDefn::Average);
-  EXPECT_TRUE(southAverage.CreateSubsetSpec("South", {{MakeField("Region", 5), "South"}}));
-  definitions["SouthAverage"] = southAverage;
-  StatsDefn bins = MakeDefn("Bins", "Amount", 3, StatsDefn::Histogram1);
-  EXPECT_TRUE(bins.CreateHistogramSpec(Variant(0), Variant(5), 2));
-  definitions["Bins"] = bins;
-  definitions["Records"] = MakeDefn("Records", "Amount", 3, StatsDefn::Count);
-  return definitions;
+  return {{"Sales", SalesByRegion(StatsDefn::Sum)},
+          {"Channels", testing::ChannelShares()},
+          {"SouthAverage", testing::SouthAverage("SouthAverage")},
+          {"Bins", testing::AmountBins()},
+          {"Records", MakeDefn("Records", "Amount", kAmount, StatsDefn::Count)}};
 }
 
-class NavigationTest : public ::testing::Test {
+std::string NodeName(const Stats& stats) {
+  std::string name;
+  return stats.GetNodeName(name) ? name : "?";
+}
+
+class NavigationTest : public testing::ErrorTest {
  protected:
   void SetUp() override {
-    Stats::ClearError();
-    ASSERT_TRUE(stats_.Configure(&definitions_, {MakeField("Year", 0), MakeField("Region", 5)}));
+    ErrorTest::SetUp();
+    ASSERT_TRUE(stats_.Configure(&definitions_, testing::YearsAndRegions()));
     ASSERT_TRUE(stats_.ProcessRecords());
     ASSERT_TRUE(stats_.MoveToRootNode());
-  }
-  void TearDown() override { Stats::ClearError(); }
-
-  std::string NodeName() {
-    std::string name;
-    EXPECT_TRUE(stats_.GetNodeName(name));
-    return name;
   }
 
   std::map<std::string, StatsDefn> definitions_ = Definitions();
   TableStats stats_{Sales()};
 };
 
-TEST(Navigation, RootNeedsFinishedProcessing) {
-  Stats::ClearError();
+using Navigation = testing::ErrorTest;
+
+TEST_F(Navigation, RootNeedsFinishedProcessing) {
   const auto definitions = Definitions();
   TableStats stats(Sales());
   ASSERT_TRUE(stats.Configure(&definitions, {}));
@@ -84,7 +78,7 @@ TEST_F(NavigationTest, MovesOffTheTreeFailAndTheCursorStays) {
   ExpectError(10105, "2,2", {10104});
   EXPECT_FALSE(stats_.MoveToChild(-1));
   ExpectError(10105, "-1,2", {10104});
-  EXPECT_EQ(NodeName(), "root");
+  EXPECT_EQ(NodeName(stats_), "root");
 }
 
 TEST_F(NavigationTest, StaleErrorFailsMoveToChildButNotGetChildName) {
@@ -99,13 +93,13 @@ TEST_F(NavigationTest, StaleErrorFailsMoveToChildButNotGetChildName) {
 TEST_F(NavigationTest, ChildNamesMatchTheNodesAndEmptyNodesAreSkipped) {
   // 2005 has North and an empty region; the empty node is transparent.
   ASSERT_TRUE(stats_.MoveToChild(1));
-  EXPECT_EQ(NodeName(), "2005");
+  EXPECT_EQ(NodeName(stats_), "2005");
   ASSERT_EQ(stats_.GetChildCount(), 1);
   for (int i = 0; i < stats_.GetChildCount(); ++i) {
     std::string childName;
     ASSERT_TRUE(stats_.GetChildName(childName, i));
     ASSERT_TRUE(stats_.MoveToChild(i));
-    EXPECT_EQ(NodeName(), childName);
+    EXPECT_EQ(NodeName(stats_), childName);
     std::string field;
     ASSERT_TRUE(stats_.GetNodeField(field));
     EXPECT_EQ(field, "Region");
@@ -120,7 +114,7 @@ TEST_F(NavigationTest, ChildNamesMatchTheNodesAndEmptyNodesAreSkipped) {
   ASSERT_TRUE(stats_.GetResult(count, 0));
   EXPECT_EQ(std::string(count), "2");  // the empty-region record is not here
   ASSERT_TRUE(stats_.MoveToParent());
-  EXPECT_EQ(NodeName(), "2005");
+  EXPECT_EQ(NodeName(stats_), "2005");
 }
 
 TEST_F(NavigationTest, MovingTheCursorDropsTheStatistic) {
@@ -161,14 +155,13 @@ TEST_F(NavigationTest, ReadsGroupingCombinationsSortedWithTotals) {
   ASSERT_TRUE(stats_.GetGroupingField(value, 0));
   EXPECT_EQ(value, "Region");
   EXPECT_FALSE(stats_.GetGroupingField(value, 1));
-  EXPECT_EQ(HeldError().code, 11920);
-  Stats::ClearError();
+  ExpectError(11920, "1,1", {11770, 10340});
   ASSERT_TRUE(stats_.GetCurrentStatsType(value));
   EXPECT_EQ(value, "Sum");
   ASSERT_TRUE(stats_.GetCurrentStatsField(value));
   EXPECT_EQ(value, "Amount");
   EXPECT_EQ(stats_.GetRecordsProcessed(7), 0);
-  EXPECT_EQ(HeldError().code, 10940);
+  ExpectError(10940, "", {});
 }
 
 TEST_F(NavigationTest, SubsetThatSawNoRecordReadsThePrototype) {
@@ -218,6 +211,95 @@ TEST_F(NavigationTest, EnumerationQueries) {
   EXPECT_EQ(std::string(bin), "1");  // 10
 }
 
+using ResultsTreeTest = testing::ErrorTest;
+
+Row Sale(int year, const char* region, int amount) { return {year, 0, amount, region}; }
+
+std::map<std::string, StatsDefn> SalesByRegionOnly() {
+  return {{"Sales", SalesByRegion(StatsDefn::Sum)}};
+}
+
+TEST_F(ResultsTreeTest, WorkedPathOfOneRecord) {
+  TableStats stats({Sale(2004, "North", 10)});
+  const auto definitions = SalesByRegionOnly();
+  ASSERT_TRUE(stats.Configure(&definitions, {MakeField("Year", kYear)}));
+  ASSERT_TRUE(stats.ProcessRecords());
+
+  ASSERT_TRUE(stats.MoveToRootNode());
+  ASSERT_TRUE(stats.MoveToChild(0));
+  EXPECT_EQ(NodeName(stats), "2004");
+  ASSERT_TRUE(stats.MoveToStatsResult("Sales"));
+  EXPECT_EQ(stats.GetGroupingValueCount(), 1);
+  std::string region;
+  ASSERT_TRUE(stats.GetGroupingValue(region, 0, 0));
+  EXPECT_EQ(region, "North");
+  Variant value;
+  ASSERT_TRUE(stats.GetResult(value, 0));
+  EXPECT_EQ(value.ToString(), "10");
+  ASSERT_TRUE(stats.GetGroupingTotal(value));
+  EXPECT_EQ(value.ToString(), "10");
+  EXPECT_EQ(stats.GetNodeCount(), 2);
+}
+
+TEST_F(ResultsTreeTest, EveryNodeSumsItsOwnRecordsByCombination) {
+  TableStats stats({Sale(2004, "South", 5), Sale(2005, "North", 7), Sale(2004, "North", 10),
+                    Sale(2004, "South", 1)});
+  const auto definitions = SalesByRegionOnly();
+  ASSERT_TRUE(stats.Configure(&definitions, {MakeField("Year", kYear)}));
+  ASSERT_TRUE(stats.ProcessRecords());
+  Variant value;
+  ASSERT_TRUE(stats.MoveToRootNode());
+  ASSERT_TRUE(stats.MoveToStatsResult("Sales"));
+  ASSERT_TRUE(stats.GetResult(value, 0));  // North, sorted ahead of South
+  EXPECT_EQ(value.ToString(), "17");
+  ASSERT_TRUE(stats.MoveToChild(0));  // 2004, met first
+  ASSERT_TRUE(stats.MoveToStatsResult("Sales"));
+  ASSERT_TRUE(stats.GetResult(value, 1));
+  EXPECT_EQ(value.ToString(), "6");
+  ASSERT_TRUE(stats.GetGroupingTotal(value));
+  EXPECT_EQ(value.ToString(), "16");
+}
+
+TEST_F(ResultsTreeTest, EmptyNodesAreTransparent) {
+  // Region in column 2, Product in column 5.
+  TableStats stats({{0, 0, "North", 0, 0, "A"},
+                    {0, 0, "South", 0, 0, "B"},
+                    {0, 0, "North", 0, 0, "B"},
+                    {0, 0, Variant(), 0, 0, "A"}});
+  std::map<std::string, StatsDefn> definitions;
+  definitions.emplace("Rows", MakeDefn("Rows", "Product", 5, StatsDefn::Count));
+  ASSERT_TRUE(stats.Configure(&definitions, {MakeField("Region", 2), MakeField("Product", 5)}));
+  ASSERT_TRUE(stats.ProcessRecords());
+  EXPECT_EQ(stats.GetNodeCount(), 7);
+
+  ASSERT_TRUE(stats.MoveToRootNode());
+  ASSERT_EQ(stats.GetChildCount(), 3);
+  std::vector<std::string> names;
+  for (int i = 0; i < 3; ++i) {
+    std::string name;
+    ASSERT_TRUE(stats.GetChildName(name, i));
+    names.push_back(name);
+  }
+  EXPECT_EQ(names, (std::vector<std::string>{"North", "South", "A"}));
+
+  // The A under the empty node keeps its own statistics and reports the
+  // root as its parent.
+  ASSERT_TRUE(stats.MoveToChild(2));
+  std::string field;
+  ASSERT_TRUE(stats.GetNodeField(field));
+  EXPECT_EQ(field, "Product");
+  ASSERT_TRUE(stats.MoveToStatsResult("Rows"));
+  EXPECT_EQ(stats.GetTotalGroupingRecordsProcessed(), 1);
+  ASSERT_TRUE(stats.MoveToParent());
+  EXPECT_EQ(NodeName(stats), "root");
+
+  ASSERT_TRUE(stats.MoveToChild(0));
+  EXPECT_EQ(stats.GetChildCount(), 2);
+  ASSERT_TRUE(stats.MoveToStatsResult("Rows"));
+  EXPECT_EQ(stats.GetTotalGroupingRecordsProcessed(), 2);
+  EXPECT_FALSE(Stats::IsErrorSet());
+}
+
 // Random cursor and query calls, bad indexes and names included: nothing
 // may crash, and a false answer always comes with an error.
 TEST_F(NavigationTest, RandomCallStormNeverFailsSilently) {
@@ -225,98 +307,45 @@ TEST_F(NavigationTest, RandomCallStormNeverFailsSilently) {
   const std::vector<std::string> names = {"Sales",   "Channels", "SouthAverage", "Bins",
                                           "Records", "",         "Nope"};
   auto index = [&] { return static_cast<int>(random() % 14) - 4; };
+  std::string text;
+  Variant value;
+  std::vector<std::string> texts;
+  int count = 0;
+  // A plain false from IsEnum is an answer, and the counts have none.
+  const std::vector<std::function<bool()>> calls = {
+      [&] { return stats_.MoveToRootNode(); },
+      [&] { return stats_.MoveToParent(); },
+      [&] { return stats_.MoveToChild(index()); },
+      [&] { return stats_.MoveToStatsResult(names[random() % names.size()]); },
+      [&] { return stats_.GetChildName(text, index()); },
+      [&] { return stats_.GetNodeName(text); },
+      [&] { return stats_.GetNodeField(text); },
+      [&] { return stats_.GetResult(value, index()); },
+      [&] { return stats_.GetGroupingTotal(value); },
+      [&] { return stats_.GetGroupingValueCombo(texts, index()); },
+      [&] { return stats_.GetGroupingValue(text, index(), index()); },
+      [&] { return stats_.GetGroupingField(text, index()); },
+      [&] { return stats_.GetSubsetField(text, index()); },
+      [&] { return stats_.GetSubsetFieldValue(value, index()); },
+      [&] { return stats_.GetCurrentStatsField(text); },
+      [&] { return stats_.GetCurrentStatsType(text); },
+      [&] { return stats_.GetEnumValueCount(count, index()); },
+      [&] { return stats_.GetEnumResult(value, index(), index()); },
+      [&] { return stats_.GetEnumGroupingTotal(value, index()); },
+      [&] { return stats_.GetEnumValue(text, index(), index(), random() % 2 == 0); },
+      [&] { return stats_.GetEnumValue(value, index(), index()); },
+      [&] { return stats_.FindEnumIndex(random() % 2 ? "Web" : "zzz") != -1; },
+      [&] { return stats_.IsEnum() || true; },
+      [&] { return stats_.GetChildCount() + stats_.GetGroupingValueCount() >= 0; },
+      [&] {
+        return stats_.GetRecordsProcessed(index()) + stats_.GetTotalGroupingRecordsProcessed() >= 0;
+      },
+      [&] { return stats_.GetGroupingFieldCount() + stats_.GetSubsetFieldCount() >= 0; },
+  };
   for (int call = 0; call < 20000; ++call) {
     Stats::ClearError();
-    bool ok = true;
-    std::string text;
-    Variant value;
-    std::vector<std::string> texts;
-    int count = 0;
-    const unsigned op = random() % 26;
-    switch (op) {
-      case 0:
-        ok = stats_.MoveToRootNode();
-        break;
-      case 1:
-        ok = stats_.MoveToParent();
-        break;
-      case 2:
-        ok = stats_.MoveToChild(index());
-        break;
-      case 3:
-        ok = stats_.MoveToStatsResult(names[random() % names.size()]);
-        break;
-      case 4:
-        ok = stats_.GetChildName(text, index());
-        break;
-      case 5:
-        ok = stats_.GetNodeName(text);
-        break;
-      case 6:
-        ok = stats_.GetNodeField(text);
-        break;
-      case 7:
-        ok = stats_.GetResult(value, index());
-        break;
-      case 8:
-        ok = stats_.GetGroupingTotal(value);
-        break;
-      case 9:
-        ok = stats_.GetGroupingValueCombo(texts, index());
-        break;
-      case 10:
-        ok = stats_.GetGroupingValue(text, index(), index());
-        break;
-      case 11:
-        ok = stats_.GetGroupingField(text, index());
-        break;
-      case 12:
-        ok = stats_.GetSubsetField(text, index());
-        break;
-      case 13:
-        ok = stats_.GetSubsetFieldValue(value, index());
-        break;
-      case 14:
-        ok = stats_.GetCurrentStatsField(text);
-        break;
-      case 15:
-        ok = stats_.GetCurrentStatsType(text);
-        break;
-      case 16:
-        ok = stats_.GetEnumValueCount(count, index());
-        break;
-      case 17:
-        ok = stats_.GetEnumResult(value, index(), index());
-        break;
-      case 18:
-        ok = stats_.GetEnumGroupingTotal(value, index());
-        break;
-      case 19:
-        ok = stats_.GetEnumValue(text, index(), index(), random() % 2 == 0);
-        break;
-      case 20:
-        ok = stats_.GetEnumValue(value, index(), index());
-        break;
-      case 21:
-        ok = stats_.FindEnumIndex(random() % 2 ? "Web" : "zzz") != -1;
-        break;
-      case 22:
-        stats_.IsEnum();
-        break;  // a plain false is an answer, not a failure
-      case 23:
-        stats_.GetChildCount();
-        stats_.GetGroupingValueCount();
-        break;
-      case 24:
-        stats_.GetRecordsProcessed(index());
-        stats_.GetTotalGroupingRecordsProcessed();
-        break;
-      default:
-        stats_.GetGroupingFieldCount();
-        stats_.GetSubsetFieldCount();
-        break;
-    }
-    if (!ok) {
+    const unsigned op = random() % calls.size();
+    if (!calls[op]()) {
       ASSERT_TRUE(Stats::IsErrorSet()) << "call " << call << " op " << op << " failed silently";
     }
   }

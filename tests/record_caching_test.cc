@@ -16,14 +16,13 @@ namespace {
 
 using testing::ErrorSnapshot;
 using testing::HeldError;
+using testing::kAmount;
+using testing::kChannel;
+using testing::kRegion;
+using testing::kYear;
 using testing::MakeDefn;
 using testing::MakeField;
 using testing::Row;
-
-constexpr int kYear = 0;
-constexpr int kRegion = 1;
-constexpr int kChannel = 2;
-constexpr int kAmount = 3;
 
 // Enough regions (12) and years (17) that children and combinations are
 // found by value (past 8 children and 16 combinations) as well as by
@@ -33,7 +32,7 @@ std::vector<Row> Rows() {
   const char* channels[] = {"Web", "Store", "Phone"};
   for (int i = 0; i < 40; ++i) {
     Variant amount = i % 7 == 0 ? Variant() : Variant(i * 1.5 - 4);
-    rows.push_back({2000 + i % 17, "R" + std::to_string(i % 12), channels[i % 3], amount});
+    rows.push_back({2000 + i % 17, channels[i % 3], amount, "R" + std::to_string(i % 12)});
   }
   return rows;
 }
@@ -67,19 +66,13 @@ struct Outcome {
   int errorQuestions = 0;
   std::string tree;  // after a second, clean run
 
-  auto Tied() const {
-    return std::tie(processed, error.set, error.code, error.second, error.message, error.flag,
-                    error.detail, error.locations, nodes, errorQuestions, tree);
-  }
+  auto Tied() const { return std::tie(processed, error, nodes, errorQuestions, tree); }
 };
 
 std::string Describe(const Outcome& outcome) {
-  std::string text = outcome.processed ? "processed" : "failed";
-  text += " code " + std::to_string(outcome.error.code) + "/" +
-          std::to_string(outcome.error.second) + " '" + outcome.error.message + "' at";
-  for (int location : outcome.error.locations) text += " " + std::to_string(location);
-  return text + ", " + std::to_string(outcome.nodes) + " nodes, " +
-         std::to_string(outcome.errorQuestions) + " GetError calls\n" + outcome.tree;
+  return std::string(outcome.processed ? "processed, " : "failed, ") +
+         ::testing::PrintToString(outcome.error) + ", " + std::to_string(outcome.nodes) +
+         " nodes, " + std::to_string(outcome.errorQuestions) + " GetError calls\n" + outcome.tree;
 }
 
 Outcome RunEngine(bool caching, int failColumn, int failIndex, bool describe, int& reads) {

@@ -15,126 +15,103 @@ namespace {
 
 using testing::CountingProgress;
 using testing::ErrorSnapshot;
+using testing::ExpectError;
+using testing::FullError;
 using testing::HeldError;
 using testing::MakeDefn;
 using testing::MakeField;
 using testing::Row;
 using testing::TableStats;
 
-std::vector<Row> SalesRows() {
-  // Year, Region, Amount
-  return {{2004, "North", 10}, {2004, "South", 5}, {2005, "North", 7}, {2005, "North", 1}};
-}
+using testing::kAmount;
+using testing::kRegion;
+using testing::kYear;
+using testing::SalesRows;
 
 std::map<std::string, StatsDefn> CountDefinitions() {
-  return {{"Records", MakeDefn("Records", "Amount", 2, StatsDefn::Count)}};
+  return {{"Records", MakeDefn("Records", "Amount", kAmount, StatsDefn::Count)}};
 }
 
-class EngineTest : public ::testing::Test {
- protected:
-  void SetUp() override { Stats::ClearError(); }
-  void TearDown() override { Stats::ClearError(); }
-};
-
-TEST_F(EngineTest, RunsAHostToProcessingDoneWithProgress) {
-  TableStats stats(SalesRows());
-  const auto definitions = CountDefinitions();
-  ASSERT_TRUE(stats.Configure(&definitions, {MakeField("Year", 0)}));
-  EXPECT_TRUE(stats.StateIs(Stats::DefinitionsProcessed));
-  CountingProgress progress;
-  ASSERT_TRUE(stats.ProcessRecords(&progress));
-  EXPECT_TRUE(stats.StateIs(Stats::ProcessingDone));
-  EXPECT_FALSE(Stats::IsErrorSet());
-  EXPECT_EQ(progress.starts, 1);
-  EXPECT_EQ(progress.lastTotal, 4);
-  EXPECT_EQ(progress.increments, 4);
-  EXPECT_EQ(progress.done, 1);
-  EXPECT_EQ(stats.GetNodeCount(), 3);  // root, 2004, 2005
+// The engine's wrong-state row, with the state as its detail.
+ErrorSnapshot WrongState(const std::string& state, const std::vector<int>& locations) {
+  return FullError(10075, 90000, "Stats engine in wrong state for this operation", true, state,
+                   locations);
 }
 
-TEST_F(EngineTest, NoRecordsMeansDoneWithoutProgressCalls) {
-  TableStats stats({});
-  const auto definitions = CountDefinitions();
-  ASSERT_TRUE(stats.Configure(&definitions, {}));
-  CountingProgress progress;
-  EXPECT_TRUE(stats.ProcessRecords(&progress));
-  EXPECT_TRUE(stats.StateIs(Stats::ProcessingDone));
-  EXPECT_EQ(progress.starts, 0);
-  EXPECT_EQ(progress.done, 0);
-  EXPECT_EQ(stats.GetNodeCount(), 1);
-}
+using EngineTest = testing::ErrorTest;
 
-TEST_F(EngineTest, CancelStopsWithoutErrorAndKeepsTheRecordsSoFar) {
-  TableStats stats(SalesRows());
-  const auto definitions = CountDefinitions();
-  ASSERT_TRUE(stats.Configure(&definitions, {MakeField("Year", 0)}));
-  CountingProgress progress;
-  progress.cancelAfter = 2;
-  EXPECT_FALSE(stats.ProcessRecords(&progress));
-  EXPECT_FALSE(Stats::IsErrorSet());
-  EXPECT_TRUE(stats.StateIs(Stats::DefinitionsProcessed));
-  EXPECT_EQ(progress.starts, 1);
-  EXPECT_EQ(progress.increments, 1);  // the cancelled record is in, but not counted
-  EXPECT_EQ(progress.done, 0);
-  EXPECT_EQ(stats.GetNodeCount(), 2);  // the third record (2005) never arrived
-
-  // The state still allows a run; it adds on top of what is there.
-  progress.cancelAfter = -1;
-  EXPECT_TRUE(stats.ProcessRecords(&progress));
-  EXPECT_EQ(stats.GetNodeCount(), 3);
+TEST_F(EngineTest, RunsReportProgressAndKeepTheRecordsSoFar) {
+  struct Case {
+    const char* name;
+    std::vector<Row> rows;
+    int cancelAfter;
+    bool result;
+    Stats::StatsState state;
+    int starts, lastTotal, increments, done, nodes;
+  };
+  const Case cases[] = {
+      {"five records", SalesRows(), -1, true, Stats::ProcessingDone, 1, 5, 5, 1, 4},
+      {"no records: no progress calls", {}, -1, true, Stats::ProcessingDone, 0, -1, 0, 0, 1},
+      // The cancelled record is in but not counted; the third (2005) never
+      // arrives. No error is set, and the state still allows a run.
+      {"cancelled", SalesRows(), 2, false, Stats::DefinitionsProcessed, 1, 5, 1, 0, 2},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    TableStats stats(c.rows);
+    const auto definitions = CountDefinitions();
+    ASSERT_TRUE(stats.Configure(&definitions, {MakeField("Year", kYear)}));
+    EXPECT_TRUE(stats.StateIs(Stats::DefinitionsProcessed));
+    CountingProgress progress;
+    progress.cancelAfter = c.cancelAfter;
+    EXPECT_EQ(stats.ProcessRecords(&progress), c.result);
+    EXPECT_TRUE(stats.StateIs(c.state));
+    EXPECT_FALSE(Stats::IsErrorSet());
+    EXPECT_EQ(std::vector<int>({progress.starts, progress.lastTotal, progress.increments,
+                                progress.done, stats.GetNodeCount()}),
+              std::vector<int>({c.starts, c.lastTotal, c.increments, c.done, c.nodes}));
+    if (c.result) continue;
+    // A later run adds on top of what is there.
+    progress.cancelAfter = -1;
+    EXPECT_TRUE(stats.ProcessRecords(&progress));
+    EXPECT_EQ(stats.GetNodeCount(), 4);
+  }
 }
 
 TEST_F(EngineTest, WrongStateCallsSetTheStateAsDetail) {
   TableStats stats(SalesRows());
   EXPECT_FALSE(stats.ProcessRecords());
-  ErrorSnapshot error = HeldError();
-  EXPECT_EQ(error.code, 10075);
-  EXPECT_EQ(error.second, 90000);
-  EXPECT_EQ(error.message, "Stats engine in wrong state for this operation");
-  EXPECT_TRUE(error.flag);
-  EXPECT_EQ(error.detail, "0");
-  EXPECT_EQ(error.locations, std::vector<int>({10040}));
+  EXPECT_EQ(HeldError(), WrongState("0", {10040}));
 
   Stats::ClearError();
   const auto definitions = CountDefinitions();
   ASSERT_TRUE(stats.Configure(&definitions, {}));
   EXPECT_FALSE(stats.Configure(&definitions, {}));
-  error = HeldError();
-  EXPECT_EQ(error.code, 10075);
-  EXPECT_EQ(error.detail, "2");
-  EXPECT_EQ(error.locations, std::vector<int>({10010}));
+  EXPECT_EQ(HeldError(), WrongState("2", {10010}));
   EXPECT_TRUE(stats.StateIs(Stats::DefinitionsProcessed));
 
-  // Nothing clears an error but the host: a later successful call leaves it set.
+  // Nothing clears an error but the host: a later successful call leaves it
+  // set, adding its own location.
   EXPECT_EQ(stats.GetNodeCount(), 1);
-  EXPECT_EQ(HeldError().code, 10075);
+  EXPECT_EQ(HeldError(), WrongState("2", {10010, 10167}));
 }
 
 TEST_F(EngineTest, NullDefinitionsMapIsRefused) {
   TableStats stats(SalesRows());
-  EXPECT_FALSE(stats.Configure(nullptr, {MakeField("Year", 0)}));
-  const ErrorSnapshot error = HeldError();
-  EXPECT_EQ(error.code, 10020);
-  EXPECT_EQ(error.second, 90000);
-  EXPECT_EQ(error.message, "No stats definitions specified");
-  EXPECT_TRUE(error.flag);
-  EXPECT_EQ(error.detail, "");
-  EXPECT_TRUE(error.locations.empty());
+  EXPECT_FALSE(stats.Configure(nullptr, {MakeField("Year", kYear)}));
+  EXPECT_EQ(HeldError(), FullError(10020, 90000, "No stats definitions specified", true, "", {}));
   EXPECT_TRUE(stats.StateIs(Stats::NotConfigured));
 }
 
 TEST_F(EngineTest, NullMapThenValidMapDoublesTheTreeFields) {
   TableStats stats(SalesRows());
-  EXPECT_FALSE(stats.Configure(nullptr, {MakeField("Year", 0)}));
+  EXPECT_FALSE(stats.Configure(nullptr, {MakeField("Year", kYear)}));
   Stats::ClearError();
   const auto definitions = CountDefinitions();
-  ASSERT_TRUE(stats.Configure(&definitions, {MakeField("Year", 0)}));
+  ASSERT_TRUE(stats.Configure(&definitions, {MakeField("Year", kYear)}));
   // Level 2 now carries the "Root" pseudo-field with column -1.
   EXPECT_FALSE(stats.ProcessRecords());
-  const ErrorSnapshot error = HeldError();
-  EXPECT_EQ(error.code, 10595);
-  EXPECT_EQ(error.detail, "-1");
-  EXPECT_EQ(error.locations, std::vector<int>({10620, 11100, 10455, 10060}));
+  ExpectError(10595, "-1", {10620, 11100, 10455, 10060});
   EXPECT_TRUE(stats.StateIs(Stats::DefinitionsProcessed));
 }
 
@@ -145,10 +122,7 @@ TEST_F(EngineTest, RecordSourceFailureIsReportedAfterTheLoop) {
   ASSERT_TRUE(stats.Configure(&definitions, {}));
   CountingProgress progress;
   EXPECT_FALSE(stats.ProcessRecords(&progress));
-  const ErrorSnapshot error = HeldError();
-  EXPECT_EQ(error.code, 4242);
-  EXPECT_EQ(error.message, "source failed");
-  EXPECT_EQ(error.locations, std::vector<int>({10065}));
+  EXPECT_EQ(HeldError(), FullError(4242, 1, "source failed", true, "", {10065}));
   EXPECT_EQ(progress.done, 0);
   EXPECT_TRUE(stats.StateIs(Stats::DefinitionsProcessed));
 }
@@ -170,13 +144,13 @@ TEST_F(EngineTest, StaleErrorFailsTheRecordLoop) {
 TEST_F(EngineTest, ResetKeepsTheTreeAndReconfiguringReports11070) {
   TableStats stats(SalesRows());
   const auto definitions = CountDefinitions();
-  ASSERT_TRUE(stats.Configure(&definitions, {MakeField("Year", 0)}));
+  ASSERT_TRUE(stats.Configure(&definitions, {MakeField("Year", kYear)}));
   ASSERT_TRUE(stats.ProcessRecords());
   stats.Reset();
   EXPECT_TRUE(stats.StateIs(Stats::NotConfigured));
-  EXPECT_EQ(stats.GetNodeCount(), 3);
+  EXPECT_EQ(stats.GetNodeCount(), 4);
   // The ignored 11070 of the root's criteria then fails the first definition.
-  EXPECT_FALSE(stats.Configure(&definitions, {MakeField("Year", 0)}));
+  EXPECT_FALSE(stats.Configure(&definitions, {MakeField("Year", kYear)}));
   const ErrorSnapshot error = HeldError();
   EXPECT_EQ(error.code, 11070);
   EXPECT_EQ(error.message, "Tree node criteria already exists");
@@ -202,17 +176,17 @@ TEST_F(EngineTest, ResetKeepsTheTreeAndReconfiguringReports11070) {
 TEST_F(EngineTest, KeptNodesNeedNotTheDefinitionsFreedAfterReset) {
   TableStats stats(SalesRows());
   auto first = std::make_unique<std::map<std::string, StatsDefn>>();
-  first->emplace("North", MakeDefn("North", "Amount", 2, StatsDefn::Sum));
+  first->emplace("North", MakeDefn("North", "Amount", kAmount, StatsDefn::Sum));
   ASSERT_TRUE(
-      first->at("North").CreateSubsetSpec("N", {{MakeField("Region", 1), Variant("North")}}));
-  first->emplace("Regions", MakeDefn("Regions", "Region", 1, StatsDefn::EnumCount));
+      first->at("North").CreateSubsetSpec("N", {{MakeField("Region", kRegion), Variant("North")}}));
+  first->emplace("Regions", MakeDefn("Regions", "Region", kRegion, StatsDefn::EnumCount));
   ASSERT_TRUE(first->at("Regions").CreateEnumSpec(std::vector<std::string>{"North", "South"}));
-  ASSERT_TRUE(stats.Configure(first.get(), {MakeField("Year", 0)}));
+  ASSERT_TRUE(stats.Configure(first.get(), {MakeField("Year", kYear)}));
   ASSERT_TRUE(stats.ProcessRecords());
   stats.Reset();
   first.reset();
   const std::map<std::string, StatsDefn> none;
-  stats.Configure(&none, {MakeField("Year", 0)});
+  stats.Configure(&none, {MakeField("Year", kYear)});
   Stats::ClearError();
   // The records pass through the kept year nodes before the deeper "Root"
   // level refuses them.
@@ -223,12 +197,7 @@ TEST_F(EngineTest, KeptNodesNeedNotTheDefinitionsFreedAfterReset) {
 
 TEST_F(EngineTest, HostErrorsRoundTrip) {
   Stats::SetError(42, 7, "mine", true);
-  ErrorSnapshot error = HeldError();
-  EXPECT_TRUE(error.set);
-  EXPECT_EQ(error.code, 42);
-  EXPECT_EQ(error.second, 7);
-  EXPECT_EQ(error.message, "mine");
-  EXPECT_TRUE(error.flag);
+  EXPECT_EQ(HeldError(), FullError(42, 7, "mine", true, "", {}));
   Stats::ClearError();
   EXPECT_FALSE(Stats::IsErrorSet());
   EXPECT_FALSE(HeldError().set);
@@ -239,15 +208,15 @@ TEST_F(EngineTest, HostErrorsRoundTrip) {
 TEST_F(EngineTest, CopyIsIndependentAndNavigableFromItsRoot) {
   TableStats stats(SalesRows());
   const auto definitions = CountDefinitions();
-  ASSERT_TRUE(stats.Configure(&definitions, {MakeField("Year", 0)}));
+  ASSERT_TRUE(stats.Configure(&definitions, {MakeField("Year", kYear)}));
   ASSERT_TRUE(stats.ProcessRecords());
   auto copy = std::make_unique<TableStats>(stats);
-  EXPECT_EQ(copy->GetNodeCount(), 3);
+  EXPECT_EQ(copy->GetNodeCount(), 4);
   EXPECT_TRUE(copy->MoveToRootNode());
-  EXPECT_EQ(copy->GetChildCount(), 2);
+  EXPECT_EQ(copy->GetChildCount(), 3);
   copy.reset();
   EXPECT_TRUE(stats.MoveToRootNode());
-  EXPECT_EQ(stats.GetChildCount(), 2);
+  EXPECT_EQ(stats.GetChildCount(), 3);
 }
 
 // The false answers that set no error are told apart by the last run's
@@ -282,7 +251,7 @@ TEST_F(EngineTest, LastRunOutcomeTellsTheEndsOfARunApart) {
     if (c.resetFromRead) stats.Record().onCall = [&stats] { stats.Reset(); };
     const std::map<std::string, StatsDefn> definitions = {
         {"Sum", MakeDefn("Sum", "Amount", c.readColumn, StatsDefn::Sum)}};
-    ASSERT_TRUE(stats.Configure(&definitions, {MakeField("Year", 0)}));
+    ASSERT_TRUE(stats.Configure(&definitions, {MakeField("Year", kYear)}));
     EXPECT_EQ(stats.GetLastRunOutcome(), Outcome::NoRun);
     CountingProgress progress;
     progress.cancelAfter = c.cancelAfter;
@@ -312,17 +281,14 @@ TEST_F(EngineTest, ResetDuringARunIsRefusedAndFailsTheRun) {
     Stats::ClearError();
     TableStats stats(SalesRows());
     const auto definitions = CountDefinitions();
-    ASSERT_TRUE(stats.Configure(&definitions, {MakeField("Year", 0)}));
+    ASSERT_TRUE(stats.Configure(&definitions, {MakeField("Year", kYear)}));
     bool checked = false;
     CountingProgress progress;
     progress.onCall = [&] {
       if (checked) return;
       checked = true;
       stats.Reset();
-      const ErrorSnapshot error = HeldError();
-      EXPECT_EQ(error.code, 10075);
-      EXPECT_EQ(error.detail, "2");
-      EXPECT_EQ(error.locations, std::vector<int>({10005}));
+      EXPECT_EQ(HeldError(), WrongState("2", {10005}));
       if (clear) Stats::ClearError();
     };
     EXPECT_FALSE(stats.ProcessRecords(&progress));
@@ -332,7 +298,7 @@ TEST_F(EngineTest, ResetDuringARunIsRefusedAndFailsTheRun) {
     if (clear) {
       // Every record went in; only the end of the run failed.
       EXPECT_EQ(HeldError().locations, std::vector<int>({10065}));
-      EXPECT_EQ(stats.GetNodeCount(), 3);
+      EXPECT_EQ(stats.GetNodeCount(), 4);
     }
   }
 }

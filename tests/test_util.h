@@ -108,6 +108,12 @@ struct ErrorSnapshot {
   }
 };
 
+// A held error as a whole, for one comparison with HeldError().
+inline ErrorSnapshot FullError(int code, int second, const std::string& message, bool flag,
+                               const std::string& detail, const std::vector<int>& locations) {
+  return ErrorSnapshot{true, code, second, message, flag, detail, locations};
+}
+
 inline void PrintTo(const ErrorSnapshot& error, std::ostream* os) {
   *os << error.Reported() << " second " << error.second << " message \"" << error.message
       << "\" flag " << error.flag;

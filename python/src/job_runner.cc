@@ -1,6 +1,5 @@
 #include "python/src/job_runner.h"
 
-#include <algorithm>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -167,26 +166,11 @@ RunOutcome JobRunner::RunCsv(const cli::Job& loaded, const std::string& path,
   cli::Job job = loaded;
   std::vector<std::string> errors;
   if (!cli::JobLoader::Resolve(job, errors, header)) return BadInput(options.jobName, errors);
-  std::vector<bool> forceText(header.size(), false);
-  for (const std::string& name : csvOptions.textColumns) {
-    const auto it = std::find(header.begin(), header.end(), name);
-    if (it == header.end()) {
-      return BadInput(options.dataName, {"text: unknown column \"" + name + "\"; the header has " +
-                                         cli::JobLoader::QuotedList(header)});
-    }
-    forceText[static_cast<std::size_t>(it - header.begin())] = true;
-  }
-  std::vector<bool> used(header.size(), false);
-  auto use = [&](const cli::ColumnRef& ref) {
-    if (ref.column >= 0 && static_cast<std::size_t>(ref.column) < used.size()) {
-      used[static_cast<std::size_t>(ref.column)] = true;
-    }
-  };
-  for (const cli::ColumnRef& ref : job.tree) use(ref);
-  for (const cli::StatisticSpec& spec : job.statistics) {
-    use(spec.field);
-    for (const cli::ColumnRef& ref : spec.groupingFields) use(ref);
-    for (const cli::SubsetCondition& c : spec.where) use(c.column);
+  std::vector<bool> used;
+  std::vector<bool> forceText;
+  std::string error;
+  if (!cli::CsvStats::ColumnFlags(used, forceText, error, job, header, csvOptions.textColumns)) {
+    return BadInput(options.dataName, {"text: " + error});
   }
   cli::CsvRecord record(header.size());
   cli::WarningCollector warnings(job, header.size());

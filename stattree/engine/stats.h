@@ -36,6 +36,7 @@
 
 #include <fstream>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -253,10 +254,15 @@ class STATTREE_EXPORT Stats {
   void ClearCurrentResultsPointer();
   const StatsDefn* GetStatsDefn(const std::string& name) const;
   const StatsDefn* GetCurrentStatsDefn() const;
-  StatsResult* GetStatsResultObject(int comboIndex) const;
+  // The grouping's totals when `comboIndex` is empty.
+  StatsResult* GetStatsResultObject(std::optional<int> comboIndex) const;
   EnumResult* GetEnumResultsObject(int comboIndex) const;
   EnumResult* GetEnumTotalsObject() const;
 
+  // The cursor's preconditions: at a node (a statistic selected or not),
+  // or at a statistic. Each reports the wrong state at `location`.
+  bool CheckAtNode(int location) const;
+  bool CheckAtResult(int location) const;
   bool WrongStateError(int location) const;
   bool InvalidIndexError(int location, int index, int bound) const;
   bool NullTreeNodeError(int location) const;

@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <fstream>
 #include <limits>
 #include <map>
@@ -18,7 +17,6 @@
 #include "tools/stattree/csv_stats.h"
 #include "tools/stattree/definition_builder.h"
 #include "tools/stattree/job_loader.h"
-#include "tools/stattree/job_text.h"
 #include "tools/stattree/library_error.h"
 #include "tools/stattree/printable_text.h"
 #include "tools/stattree/progress_bar.h"
@@ -178,26 +176,9 @@ int Runner::Open() {
 int Runner::Resolve() {
   std::vector<std::string> errors;
   if (!JobLoader::Resolve(job_, errors, header_)) return FailAll(options_.jobPath, errors);
-  forceText_.assign(header_.size(), false);
-  for (const std::string& name : options_.textColumns) {
-    const auto it = std::find(header_.begin(), header_.end(), name);
-    if (it == header_.end()) {
-      return Fail(dataName_, "--text: unknown column \"" + name + "\"; the header has " +
-                                 JobText::QuotedList(header_));
-    }
-    forceText_[static_cast<std::size_t>(it - header_.begin())] = true;
-  }
-  used_.assign(header_.size(), false);
-  auto use = [this](const ColumnRef& ref) {
-    if (ref.column >= 0 && static_cast<std::size_t>(ref.column) < used_.size()) {
-      used_[static_cast<std::size_t>(ref.column)] = true;
-    }
-  };
-  for (const ColumnRef& ref : job_.tree) use(ref);
-  for (const StatisticSpec& spec : job_.statistics) {
-    use(spec.field);
-    for (const ColumnRef& ref : spec.groupingFields) use(ref);
-    for (const SubsetCondition& c : spec.where) use(c.column);
+  std::string error;
+  if (!CsvStats::ColumnFlags(used_, forceText_, error, job_, header_, options_.textColumns)) {
+    return Fail(dataName_, "--text: " + error);
   }
   return App::kExitOk;
 }

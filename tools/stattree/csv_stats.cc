@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "tools/stattree/cell_converter.h"
+#include "tools/stattree/job_text.h"
 
 namespace stattree {
 namespace cli {
@@ -30,6 +31,34 @@ bool CsvRecord::GetError(int& code, int& second, std::string& message, bool& fla
   second = 0;
   message = "no column " + std::to_string(lastBadColumn_) + " in the CSV header";
   flag = false;
+  return true;
+}
+
+bool CsvStats::ColumnFlags(std::vector<bool>& used, std::vector<bool>& forceText,
+                           std::string& error, const Job& job,
+                           const std::vector<std::string>& header,
+                           const std::vector<std::string>& textColumns) {
+  forceText.assign(header.size(), false);
+  for (const std::string& name : textColumns) {
+    const auto it = std::find(header.begin(), header.end(), name);
+    if (it == header.end()) {
+      error = "unknown column \"" + name + "\"; the header has " + JobText::QuotedList(header);
+      return false;
+    }
+    forceText[static_cast<std::size_t>(it - header.begin())] = true;
+  }
+  used.assign(header.size(), false);
+  auto use = [&used](const ColumnRef& ref) {
+    if (ref.column >= 0 && static_cast<std::size_t>(ref.column) < used.size()) {
+      used[static_cast<std::size_t>(ref.column)] = true;
+    }
+  };
+  for (const ColumnRef& ref : job.tree) use(ref);
+  for (const StatisticSpec& spec : job.statistics) {
+    use(spec.field);
+    for (const ColumnRef& ref : spec.groupingFields) use(ref);
+    for (const SubsetCondition& c : spec.where) use(c.column);
+  }
   return true;
 }
 

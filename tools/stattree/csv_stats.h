@@ -46,6 +46,13 @@ class CsvRecord : public StatsRecord {
 
 class CsvStats : public Stats {
  public:
+  // The flags the constructor takes, for `job` resolved against `header`:
+  // the columns the job reads, and those named in `textColumns`. False, with
+  // `error` naming the first name missing from the header.
+  static bool ColumnFlags(std::vector<bool>& used, std::vector<bool>& forceText, std::string& error,
+                          const Job& job, const std::vector<std::string>& header,
+                          const std::vector<std::string>& textColumns);
+
   // Everything is borrowed. `used` and `forceText` are per header column.
   CsvStats(CsvReader& reader, CsvRecord& record, const std::vector<bool>& used,
            const std::vector<bool>& forceText);

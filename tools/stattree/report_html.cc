@@ -79,10 +79,6 @@ constexpr std::size_t kMaxLabelChars = 22;
 
 std::string Escaped(const std::string& text) { return HtmlReportWriter::Escape(text); }
 
-std::string Records(long long records) {
-  return TextReportWriter::FormatCount(records) + (records == 1 ? " record" : " records");
-}
-
 // A number's own text for sorting; empty for anything else.
 std::string SortKey(const Variant& value) { return value.IsNumber() ? value.ToString() : ""; }
 
@@ -106,7 +102,7 @@ class Page {
          << "<title>stattree report: " << Escaped(report.dataName) << "</title>\n"
          << "<script>" << kErrorHook << "</script>\n<style>" << kStyle << "</style>\n</head>\n"
          << "<body>\n<h1>stattree report</h1>\n<p class=\"meta\">data: <b>"
-         << Escaped(report.dataName) << "</b>, " << Records(report.records);
+         << Escaped(report.dataName) << "</b>, " << TextReportWriter::FormatRecords(report.records);
     if (report.skippedRows > 0) {
       out_ << " (" << TextReportWriter::FormatCount(report.skippedRows)
            << (report.skippedRows == 1 ? " bad row skipped)" : " bad rows skipped)");
@@ -135,7 +131,7 @@ class Page {
     // starts short.
     out_ << "<details class=\"node\"" << (isRoot ? " open" : "") << "><summary>"
          << (isRoot ? std::string("root") : Escaped(node.field) + " = " + Escaped(node.value))
-         << " <span class=\"records\">&mdash; " << Records(node.records)
+         << " <span class=\"records\">&mdash; " << TextReportWriter::FormatRecords(node.records)
          << "</span></summary>\n<div class=\"stats\">\n";
     for (const StatisticReport& s : node.statistics) {
       if (s.distribution) {
@@ -190,10 +186,11 @@ class Page {
     } else {
       for (const CombinationReport& c : s.combinations) {
         out_ << "<figcaption>" << Escaped(TextReportWriter::FormatCombination(c.values)) << " ("
-             << Records(c.records) << ")</figcaption>\n";
+             << TextReportWriter::FormatRecords(c.records) << ")</figcaption>\n";
         Bars(s, c);
       }
-      out_ << "<figcaption>total (" << Records(s.total.records) << ")</figcaption>\n";
+      out_ << "<figcaption>total (" << TextReportWriter::FormatRecords(s.total.records)
+           << ")</figcaption>\n";
       Bars(s, s.total);
     }
     out_ << "</figure>\n";

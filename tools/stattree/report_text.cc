@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <vector>
 
+#include "stattree/definitions/stats_defn.h"
 #include "tools/stattree/join.h"
 
 namespace stattree {
@@ -53,7 +54,8 @@ std::string GroupThousands(const std::string& number) {
 
 std::string DescribeStatistic(const StatisticReport& s) {
   std::string text = s.name + " \u2014 " + s.type;
-  if (!s.field.empty() && s.type != "Count") text += " of " + s.field;
+  if (!s.field.empty() && StatsDefn::GetTypeFromString(s.type) != StatsDefn::Count)
+    text += " of " + s.field;
   if (!s.groupingFields.empty()) {
     text += " by " + Join(s.groupingFields, ", ");
   }
@@ -65,10 +67,6 @@ std::string DescribeStatistic(const StatisticReport& s) {
     text += " where " + Join(conditions, " and ");
   }
   return text;
-}
-
-std::string Records(long long records) {
-  return TextReportWriter::FormatCount(records) + (records == 1 ? " record" : " records");
 }
 
 std::string Indent(int level) { return std::string(static_cast<std::size_t>(level), ' '); }
@@ -141,16 +139,17 @@ void WriteDistribution(std::ostream& out, const StatisticReport& s, int indent) 
   }
   for (const CombinationReport& c : s.combinations) {
     out << Indent(indent + kIndentStep) << TextReportWriter::FormatCombination(c.values) << " ("
-        << Records(c.records) << ")\n";
+        << TextReportWriter::FormatRecords(c.records) << ")\n";
     WriteBars(out, s, c, indent + 2 * kIndentStep);
   }
-  out << Indent(indent + kIndentStep) << "total (" << Records(s.total.records) << ")\n";
+  out << Indent(indent + kIndentStep) << "total ("
+      << TextReportWriter::FormatRecords(s.total.records) << ")\n";
   WriteBars(out, s, s.total, indent + 2 * kIndentStep);
 }
 
 void WriteNode(std::ostream& out, const NodeReport& node, int indent, bool isRoot) {
   out << Indent(indent) << (isRoot ? std::string("root") : node.field + " = " + node.value)
-      << " \u2014 " << Records(node.records) << "\n";
+      << " \u2014 " << TextReportWriter::FormatRecords(node.records) << "\n";
   for (const StatisticReport& s : node.statistics) {
     if (s.distribution) {
       WriteDistribution(out, s, indent + kIndentStep);
@@ -168,6 +167,10 @@ void WriteNode(std::ostream& out, const NodeReport& node, int indent, bool isRoo
 
 std::string TextReportWriter::FormatCount(long long count) {
   return GroupThousands(std::to_string(count));
+}
+
+std::string TextReportWriter::FormatRecords(long long records) {
+  return FormatCount(records) + (records == 1 ? " record" : " records");
 }
 
 std::string TextReportWriter::FormatValue(const Variant& value) {
@@ -226,7 +229,7 @@ std::string TextReportWriter::Bar(double value, double maximum, int width) {
 
 void TextReportWriter::Write(std::ostream& out, const Report& report) {
   out << "stattree report\n";
-  out << "  data: " << report.dataName << ", " << Records(report.records);
+  out << "  data: " << report.dataName << ", " << FormatRecords(report.records);
   if (report.skippedRows > 0) {
     out << " (" << FormatCount(report.skippedRows)
         << (report.skippedRows == 1 ? " bad row skipped)" : " bad rows skipped)");

@@ -26,6 +26,8 @@ class TextReportWriter {
   // Shared with the other writers for people, so that numbers read alike.
   static std::string FormatValue(const Variant& value);
   static std::string FormatCount(long long count);
+  // "1 record", "1,234 records".
+  static std::string FormatRecords(long long records);
   // A bin's count, or its percentage ("49.0%") for EnumPercent.
   static std::string FormatBin(const Variant& value, bool percent);
   // A grouping combination's values, "(empty)" for an empty one: "North, 2024".
