@@ -1,7 +1,10 @@
 #include "tools/stattree/warning_collector.h"
 
 #include <cmath>
+#include <cstdint>
+#include <utility>
 
+#include "tools/stattree/byte_pack.h"
 #include "tools/stattree/join.h"
 #include "tools/stattree/report_text.h"
 
@@ -95,7 +98,7 @@ void WarningCollector::Watch(ColumnAudit& audit, const Variant& value, const std
     } else if (!w.otherForm && value.ToDouble() == w.number) {
       w.otherForm = true;
       w.example = cell;
-      w.exampleValue = value;
+      w.exampleReadAs = value.IsText() ? std::string("text") : value.ToString();
       w.exampleLine = line;
     }
   }
@@ -109,8 +112,7 @@ std::vector<ReportWarning> WarningCollector::Warnings(const NodeReport& root,
     if (w == nullptr || w->matched || !w->otherForm) return false;
     text = "the value " + Quoted(value.ToString()) + " matched no record, but the column " +
            column.name + " holds the same number written differently (e.g. line " +
-           std::to_string(w->exampleLine) + ": " + Quoted(w->example) + ", read as " +
-           (w->exampleValue.IsText() ? std::string("text") : w->exampleValue.ToString()) + ")";
+           std::to_string(w->exampleLine) + ": " + Quoted(w->example) + ", read as " + w->exampleReadAs + ")";
     return true;
   };
   std::vector<std::string> subsetsDone;
@@ -165,6 +167,69 @@ std::vector<ReportWarning> WarningCollector::Warnings(const NodeReport& root,
     }
   }
   return warnings;
+}
+
+std::string WarningCollector::SaveState() const {
+  BytePacker out;
+  out.PutNumber(columns_.size());
+  for (const ColumnAudit& audit : columns_) {
+    out.PutSigned(audit.textCells);
+    out.PutText(audit.textExample);
+    out.PutSigned(audit.textLine);
+    out.PutNumber(audit.watches.size());
+    for (const ValueWatch& w : audit.watches) {
+      out.PutNumber((w.matched ? 1U : 0U) | (w.otherForm ? 2U : 0U));
+      out.PutText(w.example);
+      out.PutText(w.exampleReadAs);
+      out.PutSigned(w.exampleLine);
+    }
+  }
+  return out.Bytes();
+}
+
+bool WarningCollector::MergeState(const std::string& state, long long lineShift) {
+  // Read whole into a copy first, so that bad bytes change nothing.
+  std::vector<ColumnAudit> merged = columns_;
+  ByteUnpacker in(state);
+  std::uint64_t count = 0;
+  if (!in.GetNumber(count) || count != merged.size()) return false;
+  for (ColumnAudit& audit : merged) {
+    long long cells = 0;
+    std::string example;
+    long long line = 0;
+    std::uint64_t watches = 0;
+    if (!in.GetSigned(cells) || !in.GetText(example) || !in.GetSigned(line) ||
+        !in.GetNumber(watches) || cells < 0 || watches != audit.watches.size()) {
+      return false;
+    }
+    if (audit.textCells == 0 && cells > 0) {
+      audit.textExample = std::move(example);
+      audit.textLine = line + lineShift;
+    }
+    audit.textCells += cells;
+    for (ValueWatch& w : audit.watches) {
+      std::uint64_t flags = 0;
+      ValueWatch later;
+      if (!in.GetNumber(flags) || flags > 3 || !in.GetText(later.example) ||
+          !in.GetText(later.exampleReadAs) || !in.GetSigned(later.exampleLine)) {
+        return false;
+      }
+      // The earlier rows' example stands, as it would in one pass.
+      if (!w.otherForm && (flags & 2U) != 0) {
+        w.otherForm = true;
+        w.example = std::move(later.example);
+        w.exampleReadAs = std::move(later.exampleReadAs);
+        w.exampleLine = later.exampleLine + lineShift;
+      }
+      if (!w.matched && (flags & 1U) != 0) {
+        w.matched = true;
+        --audit.openWatches;
+      }
+    }
+  }
+  if (!in.AtEnd()) return false;
+  columns_ = std::move(merged);
+  return true;
 }
 
 }  // namespace cli

@@ -49,6 +49,15 @@ class WarningCollector {
   // job's order.
   std::vector<ReportWarning> Warnings(const NodeReport& root, long long records) const;
 
+  // The findings so far as bytes, for merging into a collector of the same
+  // job that saw the rows before these.
+  std::string SaveState() const;
+  // Takes in the findings a collector of the same job saved over the rows
+  // right after this one's, its lines being `lineShift` further down: the
+  // findings of one collector over all the rows. False, changing nothing,
+  // for bytes that are not such findings.
+  bool MergeState(const std::string& state, long long lineShift);
+
  private:
   // A value the job compares a column with, when it reads as a number.
   struct ValueWatch {
@@ -57,7 +66,7 @@ class WarningCollector {
     bool matched = false;
     bool otherForm = false;
     std::string example;  // the first cell holding the number otherwise
-    Variant exampleValue;
+    std::string exampleReadAs;  // "text", or that cell's value
     long long exampleLine = 0;
   };
   struct ColumnAudit {
