@@ -16,13 +16,13 @@ namespace stattree {
 
 namespace {
 
-constexpr int kErrRootCriteriaExists = 11070;
-constexpr int kErrCriteriaExists = 11080;
+constexpr int kRootCriteriaExistsCode = 11070;
+constexpr int kCriteriaExistsCode = 11080;
 constexpr int kLocCriteriaValue = 11100;
 constexpr int kLocResultsRecord = 11110;
-constexpr int kErrNullRecord = 11120;
+constexpr int kNullRecordCode = 11120;
 constexpr int kLocChildTest = 11130;
-constexpr int kErrChildIndex = 11140;
+constexpr int kChildIndexCode = 11140;
 constexpr int kLocNameText = 11150;
 constexpr int kLocEmptyName = 11152;
 
@@ -128,7 +128,7 @@ void TreeNode::DeleteDataMembers() {
 }
 
 bool TreeNode::CreateCriteriaForAllRecords() {
-  if (criteria != nullptr) return SetErrorCode(kErrRootCriteriaExists);
+  if (criteria != nullptr) return SetErrorCode(kRootCriteriaExistsCode);
   CriteriaMayChange();
   criteria = new AlwaysPassCriteria();
   TreeChanged();
@@ -136,7 +136,7 @@ bool TreeNode::CreateCriteriaForAllRecords() {
 }
 
 bool TreeNode::CreateCriteria(int colNum, const StatsRecord& record) {
-  if (criteria != nullptr) return SetErrorCode(kErrCriteriaExists);
+  if (criteria != nullptr) return SetErrorCode(kCriteriaExistsCode);
   auto single = std::make_unique<SingleCriteria>();
   CriteriaTerm term;
   term.column = colNum;
@@ -197,7 +197,7 @@ bool TreeNode::GetField(Field& out) const {
 
 bool TreeNode::ProcessRecord(const StatsRecord* record) {
   if (record == nullptr) {
-    SetErrorCode(kErrNullRecord);
+    SetErrorCode(kNullRecordCode);
     return DumpLocation(kLocResultsRecord);
   }
   if (!results.ProcessRecord(*record)) return DumpLocation(kLocResultsRecord);
@@ -230,7 +230,7 @@ TreeNode* TreeNode::GetParent() {
 }
 
 bool TreeNode::CreateChild(TreeNode*& child, bool& created, const StatsRecord* record) {
-  if (record == nullptr) return SetErrorCode(kErrNullRecord);
+  if (record == nullptr) return SetErrorCode(kNullRecordCode);
   std::size_t position = 0;
   bool found = false;
   if (FindScannedChild(position, found, *record) || FindIndexedChild(position, found, *record)) {
@@ -401,7 +401,7 @@ bool TreeNode::GetChild(TreeNode*& child, int index) {
       if (FindIthChild(child, counter, index)) return true;
     }
   }
-  return SetErrorCode(kErrChildIndex);
+  return SetErrorCode(kChildIndexCode);
 }
 
 int TreeNode::GetChildCount() {
