@@ -234,6 +234,16 @@ std::string ToJson(const RunOutcome& outcome) {
 // array, mask), ("reals", float64 array, mask), ("codes", integer array,
 // object array of categories) or ("objects", object array); masks are
 // bool arrays or None.
+JobRunner::Options RunOptions(const PyJob& job, const std::string& dataName, long long maxNodes,
+                              ProgressManager* progress) {
+  JobRunner::Options options;
+  options.dataName = dataName;
+  options.jobName = job.name;
+  options.maxNodes = maxNodes;
+  options.progress = progress;
+  return options;
+}
+
 // Fills `table` from the columns; `keep` holds every borrowed buffer.
 void BuildTable(FrameTable& table, std::vector<py::object>& keep,
                 const std::vector<std::string>& names, const py::list& columns, std::size_t rows,
@@ -297,12 +307,8 @@ py::tuple RunFrame(const PyJob& job, const std::vector<std::string>& names, cons
   // Keeps every borrowed buffer alive until the run is over.
   std::vector<py::object> keep;
   BuildTable(table, keep, names, columns, rows, missing);
-  JobRunner::Options options;
-  options.dataName = dataName;
-  options.jobName = job.name;
-  options.maxNodes = maxNodes;
   InterruptCheck interrupt;
-  options.progress = &interrupt;
+  JobRunner::Options options = RunOptions(job, dataName, maxNodes, &interrupt);
   RunOutcome outcome;
   std::string json;
   {
@@ -320,12 +326,9 @@ py::tuple RunFrame(const PyJob& job, const std::vector<std::string>& names, cons
 
 py::tuple MergePartials(const PyJob& job, const std::vector<std::string>& partials,
                         const std::string& dataName, long long maxNodes, bool partial) {
-  JobRunner::Options options;
-  options.partial = partial;
-  options.dataName = dataName;
-  options.jobName = job.name;
-  options.maxNodes = maxNodes;
   InterruptCheck interrupt;
+  JobRunner::Options options = RunOptions(job, dataName, maxNodes, nullptr);
+  options.partial = partial;
   RunOutcome outcome;
   std::string json;
   {
@@ -342,12 +345,8 @@ py::tuple MergePartials(const PyJob& job, const std::vector<std::string>& partia
 py::tuple RunCsv(const PyJob& job, const std::string& path, const std::string& delimiter,
                  const std::vector<std::string>& textColumns, bool skipBadRows,
                  long long maxNodes) {
-  JobRunner::Options options;
-  options.dataName = path;
-  options.jobName = job.name;
-  options.maxNodes = maxNodes;
   InterruptCheck interrupt;
-  options.progress = &interrupt;
+  const JobRunner::Options options = RunOptions(job, path, maxNodes, &interrupt);
   JobRunner::CsvOptions csvOptions;
   csvOptions.delimiter = delimiter.empty() ? ',' : delimiter[0];
   csvOptions.textColumns = textColumns;

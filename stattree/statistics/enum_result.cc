@@ -39,10 +39,6 @@ constexpr const char* kResultLine = "            Result    :\r\n";
 constexpr const char* kNoSetLine = "            Error: There is no CriteriaSet!!\r\n";
 constexpr const char* kBinIndent = "                ";
 
-void AddOne(int& count) {
-  if (count < INT_MAX) ++count;
-}
-
 }  // namespace
 
 const std::string EnumResult::sNotAvailableText = "N/A";
@@ -60,11 +56,7 @@ EnumResult& EnumResult::operator=(const EnumResult& other) {
   return *this;
 }
 
-StatsResult* EnumResult::Clone() {
-  auto copy = std::make_unique<EnumResult>(column);
-  *copy = *this;
-  return copy.release();
-}
+StatsResult* EnumResult::Clone() { return CloneOf(*this); }
 
 bool EnumResult::ProcessRecord(const StatsRecord& record) {
   if (criteriaSet == nullptr) return CriteriaConfigError(kLocProcessNoSet);
@@ -219,11 +211,7 @@ EnumPercentResult& EnumPercentResult::operator=(const EnumPercentResult& other) 
   return *this;
 }
 
-StatsResult* EnumPercentResult::Clone() {
-  auto copy = std::make_unique<EnumPercentResult>(column);
-  *copy = *this;
-  return copy.release();
-}
+StatsResult* EnumPercentResult::Clone() { return CloneOf(*this); }
 
 bool EnumPercentResult::ProcessRecord(const StatsRecord& record) {
   if (!EnumResult::ProcessRecord(record)) return DumpLocation(kLocPercentProcess);
