@@ -82,7 +82,7 @@ TreeNode::TreeNode(const TreeNode& other) : TreeNode() { CopyDataMembers(other);
 
 // Nothing to bump: a node goes only with its whole tree, or through its
 // parent's DeleteDataMembers or CopyDataMembers, which bump.
-TreeNode::~TreeNode() { delete criteria; }
+TreeNode::~TreeNode() = default;
 
 void TreeNode::operator=(const TreeNode& other) {  // NOLINT(misc-unconventional-assign-operator)
   // CopyDataMembers replaces every member and reads `other` completely
@@ -101,8 +101,7 @@ void TreeNode::CopyDataMembers(const TreeNode& other) {
   for (const auto& child : other.children)
     newChildren.push_back(std::make_unique<TreeNode>(*child));
 
-  delete criteria;
-  criteria = newCriteria.release();
+  criteria = std::move(newCriteria);
   results = other.results;
   field = other.field;
   parent = other.parent;
@@ -117,8 +116,7 @@ void TreeNode::CopyDataMembers(const TreeNode& other) {
 
 void TreeNode::DeleteDataMembers() {
   CriteriaMayChange();
-  delete criteria;
-  criteria = nullptr;
+  criteria.reset();
   childIndex.reset();
   children.clear();
   results.ClearResults();
@@ -130,7 +128,7 @@ void TreeNode::DeleteDataMembers() {
 bool TreeNode::CreateCriteriaForAllRecords() {
   if (criteria != nullptr) return SetErrorCode(kRootCriteriaExistsCode);
   CriteriaMayChange();
-  criteria = new AlwaysPassCriteria();
+  criteria = std::make_unique<AlwaysPassCriteria>();
   TreeChanged();
   return true;
 }
@@ -143,7 +141,7 @@ bool TreeNode::CreateCriteria(int colNum, const StatsRecord& record) {
   term.op = Equal;
   single->AddNewCriteria(term);  // its answer is not needed: the value read below fails too
   CriteriaMayChange();
-  criteria = single.release();
+  criteria = std::move(single);
   // The criteria stays attached when it cannot take the record's value.
   const bool valued = criteria->SetValuesFromRecord(record);
   // After the read: a host's call made during it may have cached the
@@ -162,7 +160,7 @@ Criteria* TreeNode::GetCriteria() const {
   // The caller may change the node's value through it.
   TreeChanged();
   CriteriaMayChange();
-  return criteria;
+  return criteria.get();
 }
 
 void TreeNode::CriteriaMayChange() const {
@@ -242,7 +240,7 @@ bool TreeNode::CreateChild(TreeNode*& child, bool& created, const StatsRecord* r
   } else {
     // The reference walk: the index, where it decides, answers the same.
     for (auto& candidate : children) {
-      Criteria* test = candidate->criteria;
+      Criteria* test = candidate->criteria.get();
       if (test == nullptr) continue;
       if (test->RecordMeetsCriteria(*record)) {
         child = candidate.get();
@@ -273,7 +271,7 @@ bool TreeNode::FindScannedChild(std::size_t& position, bool& found,
   return ScanByValue(
       *cache, children.size(),
       [this](std::size_t i, const CriteriaTerm*& term) {
-        const Criteria* test = children[i]->criteria;
+        const Criteria* test = children[i]->criteria.get();
         if (test == nullptr) return true;
         term = KeyTermOf(*test, -1);
         return term != nullptr;
