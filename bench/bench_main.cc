@@ -5,7 +5,7 @@
 // contenders disagree on any number.
 //
 // Usage: stattree_bench [--quick] [--cap SECONDS] [--max-records N] [--only W1|W2]
-//                       [--peers DIR] [--write-csv FILE --records N]
+//                       [--peers DIR] [--workers LIST] [--write-csv FILE --records N]
 //   --quick          small sizes only (a smoke run of a few seconds)
 //   --cap SECONDS    give up on one measurement after this much processor
 //                    time (default 60)
@@ -14,6 +14,10 @@
 //   --peers DIR      also run the peers whose scripts DIR holds
 //                    (bench/peers/install.sh fills it); the rows' CSV
 //                    files are written there and removed after use
+//   --workers LIST   instead of the contest, the engine alone on each
+//                    number of worker processes in LIST ("1,2"): wall-clock
+//                    and processor time, merged results checked against
+//                    the floor
 //   --write-csv FILE write the first N rows of W1 to FILE and exit (the
 //                    tool benchmark's input)
 
@@ -33,6 +37,7 @@
 
 #include "csv_writer.h"
 #include "engine_contender.h"
+#include "engine_workers.h"
 #include "floor_contender.h"
 #include "measure.h"
 #include "peer_contender.h"
@@ -291,6 +296,106 @@ ReportRow Measure(const WorkloadSpec& spec, double capSeconds, std::size_t check
   return row;
 }
 
+std::vector<WorkloadSpec> WorkersWorkloads(bool quick) {
+  if (quick) {
+    return {{WorkloadKind::Everyday, 100000, 0}, {WorkloadKind::HighCardinality, 100000, 100}};
+  }
+  return {{WorkloadKind::Everyday, 1000000, 0},
+          {WorkloadKind::Everyday, 10000000, 0},
+          {WorkloadKind::HighCardinality, 1000000, 100},
+          {WorkloadKind::HighCardinality, 1000000, 100000}};
+}
+
+// "1,2" into {1, 2}; false on anything else than positive counts.
+bool ParseWorkerCounts(const std::string& text, std::vector<int>& counts) {
+  std::size_t at = 0;
+  while (at <= text.size()) {
+    const std::size_t comma = std::min(text.find(',', at), text.size());
+    const std::string item = text.substr(at, comma - at);
+    char* end = nullptr;
+    const long count = std::strtol(item.c_str(), &end, 10);
+    if (item.empty() || *end != '\0' || count < 1 || count > 64) return false;
+    counts.push_back(static_cast<int>(count));
+    at = comma + 1;
+  }
+  return !counts.empty();
+}
+
+std::string StatusText(int workers, const WorkersRun& run) {
+  if (run.outcome.status != Outcome::Done) {
+    return StatusText(("workers " + std::to_string(workers)).c_str(), run.outcome);
+  }
+  char text[120];
+  std::snprintf(text, sizeof(text), "workers %d %.2f s wall, %.2f s CPU", workers,
+                run.outcome.seconds, run.cpuSeconds);
+  return text;
+}
+
+// Each worker count on the same rows; their merged numbers must agree with
+// the floor's. Short runs go round again, the counts in turn, and each
+// keeps its fastest wall-clock run: wall time is what a burst of load from
+// elsewhere spoils.
+std::vector<WorkersRow> MeasureWorkers(const WorkloadSpec& spec, const std::vector<int>& counts,
+                                       double capSeconds, bool& agreed) {
+  std::cerr << "[" << spec.Label() << ", " << spec.records << " records]" << std::flush;
+  const Table table = GenerateRows(spec);
+  ResultSet floorResults;
+  const Outcome floor = RunFloor(spec, table, capSeconds, floorResults);
+  std::cerr << " " << StatusText("floor", floor) << std::flush;
+
+  std::vector<WorkersRow> rows;
+  double total = 0;
+  bool allDone = true;
+  for (int workers : counts) {
+    WorkersRow row;
+    row.workload = spec.Label();
+    row.records = spec.records;
+    row.workers = workers;
+    ResultSet results;
+    row.run = RunWorkers(spec, table, workers, capSeconds, results);
+    std::cerr << ", " << StatusText(workers, row.run) << std::flush;
+    if (row.run.outcome.status == Outcome::Failed) {
+      std::cerr << "\n  " << row.run.outcome.message;
+    }
+    std::string differences;
+    if (row.run.outcome.status != Outcome::Done || floor.status != Outcome::Done) {
+      row.agreement = "unchecked";
+    } else if (results.Agrees(floorResults, "merged", "floor", differences)) {
+      row.agreement = "yes";
+    } else {
+      std::cerr << "\n  DISAGREEMENT on " << workers << " workers, merged / floor:\n"
+                << differences;
+      row.agreement = "NO";
+      agreed = false;
+    }
+    allDone = allDone && row.run.outcome.status == Outcome::Done;
+    total += row.run.outcome.seconds;
+    rows.push_back(std::move(row));
+  }
+  std::cerr << "\n";
+
+  if (allDone && total < kRepeatBelowSeconds) {
+    for (int round = 1; round < kRounds; ++round) {
+      for (WorkersRow& row : rows) {
+        ResultSet scratch;
+        const WorkersRun again = RunWorkers(spec, table, row.workers, capSeconds, scratch);
+        if (again.outcome.status == Outcome::Done &&
+            again.outcome.seconds < row.run.outcome.seconds) {
+          row.run = again;
+        }
+      }
+    }
+    std::cerr << "  fastest of " << kRounds << ":";
+    for (const WorkersRow& row : rows) std::cerr << " " << StatusText(row.workers, row.run) << ";";
+    std::cerr << "\n";
+  }
+  for (const WorkersRow& one : rows) {
+    if (one.workers != 1) continue;
+    for (WorkersRow& row : rows) row.single = one.run;
+  }
+  return rows;
+}
+
 std::string CpuModel() {
   std::ifstream cpuinfo("/proc/cpuinfo");
   std::string line;
@@ -360,6 +465,37 @@ int WriteCsvOnly(const std::string& path, std::size_t records) {
   return 0;
 }
 
+// "W2" picks every W2 row, "W2 D=100" only that one.
+bool Selected(const WorkloadSpec& spec, double maxRecords, const std::string& only) {
+  if (maxRecords > 0 && static_cast<double>(spec.records) > maxRecords) return false;
+  const std::string label = spec.Label();
+  return only.empty() || label == only || label.rfind(only + " ", 0) == 0;
+}
+
+int WorkersMain(bool quick, double capSeconds, double maxRecords, const std::string& only,
+                const std::vector<int>& counts) {
+  const WallClock total;
+  std::vector<WorkersRow> rows;
+  bool agreed = true;
+  for (const WorkloadSpec& spec : WorkersWorkloads(quick)) {
+    if (!Selected(spec, maxRecords, only)) continue;
+    for (WorkersRow& row : MeasureWorkers(spec, counts, capSeconds, agreed)) {
+      rows.push_back(std::move(row));
+    }
+  }
+  std::cout << "\nTaken " << UtcDate() << " on " << std::thread::hardware_concurrency()
+            << " cores (" << CpuModel() << "), " << Compiler()
+            << "; wall-clock time from the first fork to the end of finalization, processor "
+               "time of all the workers' processes, cap "
+            << static_cast<int>(capSeconds) << " s of processor time per worker.\n\n";
+  PrintWorkersTable(std::cout, rows);
+  std::cout << "\nWhole run: " << std::lround(total.Seconds()) << " s (wall clock). "
+            << (agreed ? "The merged results agree with the floor on every number."
+                       : "DISAGREEMENT: see the messages above.")
+            << "\n";
+  return agreed ? 0 : 1;
+}
+
 int Main(int argc, char** argv) {
   bool quick = false;
   double capSeconds = kDefaultCapSeconds;
@@ -368,6 +504,7 @@ int Main(int argc, char** argv) {
   std::string peerFolder;
   std::string csvPath;
   double csvRecords = 0;
+  std::vector<int> workerCounts;
   for (int i = 1; i < argc; ++i) {
     const std::string arg = argv[i];
     if (arg == "--quick") {
@@ -380,13 +517,15 @@ int Main(int argc, char** argv) {
       only = argv[++i];
     } else if (arg == "--peers" && i + 1 < argc) {
       peerFolder = argv[++i];
+    } else if (arg == "--workers" && i + 1 < argc && ParseWorkerCounts(argv[i + 1], workerCounts)) {
+      ++i;
     } else if (arg == "--write-csv" && i + 1 < argc) {
       csvPath = argv[++i];
     } else if (arg == "--records" && i + 1 < argc) {
       csvRecords = std::atof(argv[++i]);
     } else {
       std::cerr << "usage: stattree_bench [--quick] [--cap SECONDS] [--max-records N] "
-                   "[--only W1|W2] [--peers DIR]\n"
+                   "[--only W1|W2] [--peers DIR] [--workers 1,2]\n"
                    "       stattree_bench --write-csv FILE --records N\n";
       return 2;
     }
@@ -399,6 +538,7 @@ int Main(int argc, char** argv) {
     return WriteCsvOnly(csvPath, static_cast<std::size_t>(csvRecords));
   }
   if (capSeconds <= 0) capSeconds = kDefaultCapSeconds;
+  if (!workerCounts.empty()) return WorkersMain(quick, capSeconds, maxRecords, only, workerCounts);
   std::string peerVersions;
   const Peers peers = peerFolder.empty() ? Peers() : FindPeers(peerFolder, peerVersions);
   std::vector<std::string> peerNames;
@@ -408,10 +548,7 @@ int Main(int argc, char** argv) {
   Report report(capSeconds, peerNames);
   bool agreed = true;
   for (const WorkloadSpec& spec : StandardWorkloads(quick)) {
-    if (maxRecords > 0 && static_cast<double>(spec.records) > maxRecords) continue;
-    // "W2" picks every W2 row, "W2 D=100" only that one.
-    const std::string label = spec.Label();
-    if (!only.empty() && label != only && label.rfind(only + " ", 0) != 0) continue;
+    if (!Selected(spec, maxRecords, only)) continue;
     report.Add(Measure(spec, capSeconds, kDefaultCheckRows, peers, agreed));
   }
 

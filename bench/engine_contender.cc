@@ -20,31 +20,27 @@ constexpr int kRecordsBetweenClockChecks = 1024;
 
 using Definitions = std::map<std::string, StatsDefn>;
 
-// How a statistic's numbers are read back.
-enum class ReadAs { Scalar, Grouped, Enumeration, Histogram };
+StatsDefn& Add(Definitions& definitions, const char* name, const Field& field,
+               StatsDefn::StatsType type) {
+  return definitions
+      .emplace(std::piecewise_construct, std::forward_as_tuple(name),
+               std::forward_as_tuple(name, field, type))
+      .first->second;
+}
 
-struct Statistic {
-  const char* name;
-  ReadAs readAs;
-};
+double Number(const Variant& value) {
+  if (value.IsEmpty() || !value.IsValid()) return std::numeric_limits<double>::quiet_NaN();
+  return value.ToDouble();
+}
 
-// Cancels the record loop once the deadline has passed.
-class CapProgress : public stattree::ProgressManager {
- public:
-  explicit CapProgress(double capSeconds) : deadline(capSeconds) {}
-  bool IsCanceled() override {
-    if (++calls % kRecordsBetweenClockChecks == 0 && deadline.Passed()) canceled = true;
-    return canceled;
-  }
-  bool WasCanceled() const { return canceled; }
+}  // namespace
 
- private:
-  Deadline deadline;
-  long long calls = 0;
-  bool canceled = false;
-};
+bool CapProgress::IsCanceled() {
+  if (++calls % kRecordsBetweenClockChecks == 0 && deadline.Passed()) canceled = true;
+  return canceled;
+}
 
-std::string ErrorText() {
+std::string EngineErrorText() {
   int code = 0;
   int second = 0;
   bool flag = false;
@@ -58,16 +54,24 @@ std::string ErrorText() {
   return text;
 }
 
-StatsDefn& Add(Definitions& definitions, const char* name, const Field& field,
-               StatsDefn::StatsType type) {
-  return definitions
-      .emplace(std::piecewise_construct, std::forward_as_tuple(name),
-               std::forward_as_tuple(name, field, type))
-      .first->second;
+bool EngineJob::Build(const WorkloadSpec& spec, std::string& error) {
+  definitions.clear();
+  treeFields.clear();
+  statistics.clear();
+  Stats::ClearError();
+  const bool built = spec.kind == WorkloadKind::Everyday ? BuildEveryday() : BuildHighCardinality();
+  if (!built) error = "definitions: " + EngineErrorText();
+  return built;
 }
 
-bool BuildEveryday(Definitions& definitions, std::vector<Field>& treeFields,
-                   std::vector<Statistic>& statistics) {
+bool EngineJob::Configure(Stats& engine) { return engine.Configure(&definitions, treeFields); }
+
+bool EngineJob::ReadResults(Stats& engine, ResultSet& results) const {
+  std::vector<std::string> path;
+  return engine.MoveToRootNode() && ReadNode(engine, path, results);
+}
+
+bool EngineJob::BuildEveryday() {
   const Field region{"Region", everyday::kRegion};
   const Field product{"Product", everyday::kProduct};
   const Field year{"Year", everyday::kYear};
@@ -108,8 +112,7 @@ bool BuildEveryday(Definitions& definitions, std::vector<Field>& treeFields,
   return true;
 }
 
-bool BuildHighCardinality(Definitions& definitions, std::vector<Field>& treeFields,
-                          std::vector<Statistic>& statistics) {
+bool EngineJob::BuildHighCardinality() {
   const Field customer{"Customer", highcard::kCustomer};
   const Field product{"Product", highcard::kProduct};
   const Field amount{"Amount", highcard::kAmount};
@@ -119,13 +122,8 @@ bool BuildHighCardinality(Definitions& definitions, std::vector<Field>& treeFiel
       .CreateGroupingSpec("ByProduct", {product});
 }
 
-double Number(const Variant& value) {
-  if (value.IsEmpty() || !value.IsValid()) return std::numeric_limits<double>::quiet_NaN();
-  return value.ToDouble();
-}
-
-bool ReadStatistic(const Stats& engine, const std::string& node, const Statistic& statistic,
-                   ResultSet& results) {
+bool EngineJob::ReadStatistic(const Stats& engine, const std::string& node,
+                              const Statistic& statistic, ResultSet& results) const {
   Variant value;
   switch (statistic.readAs) {
     case ReadAs::Scalar:
@@ -165,8 +163,7 @@ bool ReadStatistic(const Stats& engine, const std::string& node, const Statistic
 }
 
 // Depth first from the cursor's node, which `path` names.
-bool ReadNode(Stats& engine, std::vector<std::string>& path,
-              const std::vector<Statistic>& statistics, ResultSet& results) {
+bool EngineJob::ReadNode(Stats& engine, std::vector<std::string>& path, ResultSet& results) const {
   const std::string node = NodePath(path);
   for (const Statistic& statistic : statistics) {
     if (!engine.MoveToStatsResult(statistic.name) ||
@@ -179,29 +176,18 @@ bool ReadNode(Stats& engine, std::vector<std::string>& path,
     std::string name;
     if (!engine.GetChildName(name, i) || !engine.MoveToChild(i)) return false;
     path.push_back(name);
-    const bool read = ReadNode(engine, path, statistics, results);
+    const bool read = ReadNode(engine, path, results);
     path.pop_back();
     if (!read || !engine.MoveToParent()) return false;
   }
   return true;
 }
 
-}  // namespace
-
 EngineRun RunEngine(const WorkloadSpec& spec, const Table& table, double capSeconds,
                     ResultSet& results) {
   EngineRun run;
-  Definitions definitions;
-  std::vector<Field> treeFields;
-  std::vector<Statistic> statistics;
-  Stats::ClearError();
-  const bool built = spec.kind == WorkloadKind::Everyday
-                         ? BuildEveryday(definitions, treeFields, statistics)
-                         : BuildHighCardinality(definitions, treeFields, statistics);
-  if (!built) {
-    run.outcome.message = "definitions: " + ErrorText();
-    return run;
-  }
+  EngineJob job;
+  if (!job.Build(spec, run.outcome.message)) return run;
 
   TableRecord record(table);
   auto engine = std::make_unique<TableStats>(table, &record);
@@ -211,7 +197,7 @@ EngineRun RunEngine(const WorkloadSpec& spec, const Table& table, double capSeco
   const std::int64_t before = MemoryProbe::ResidentBytes();
 
   const Stopwatch watch;
-  const bool configured = engine->Configure(&definitions, treeFields);
+  const bool configured = job.Configure(*engine);
   const bool processed = configured && engine->ProcessRecords(&progress);
   run.outcome.seconds = watch.Seconds();
   run.treeBytes = (peakReset ? MemoryProbe::PeakBytes() : MemoryProbe::ResidentBytes()) - before;
@@ -220,16 +206,15 @@ EngineRun RunEngine(const WorkloadSpec& spec, const Table& table, double capSeco
     if (progress.WasCanceled() && !Stats::IsErrorSet()) {
       run.outcome.status = Outcome::OverCap;
     } else {
-      run.outcome.message = (configured ? "ProcessRecords: " : "Configure: ") + ErrorText();
+      run.outcome.message = (configured ? "ProcessRecords: " : "Configure: ") + EngineErrorText();
     }
     return run;
   }
   run.outcome.status = Outcome::Done;
 
-  std::vector<std::string> path;
-  if (!engine->MoveToRootNode() || !ReadNode(*engine, path, statistics, results)) {
+  if (!job.ReadResults(*engine, results)) {
     run.outcome.status = Outcome::Failed;
-    run.outcome.message = "reading results: " + ErrorText();
+    run.outcome.message = "reading results: " + EngineErrorText();
   }
   return run;
 }

@@ -37,6 +37,65 @@ std::string Mebibytes(std::int64_t bytes) {
 
 }  // namespace
 
+void PrintMarkdownTable(std::ostream& out, const std::vector<std::vector<std::string>>& cells) {
+  if (cells.empty()) return;
+  std::vector<std::size_t> widths(cells[0].size(), 0);
+  for (const auto& line : cells) {
+    for (std::size_t i = 0; i < line.size(); ++i) widths[i] = std::max(widths[i], line[i].size());
+  }
+  auto printLine = [&](const std::vector<std::string>& line) {
+    out << "|";
+    for (std::size_t i = 0; i < line.size(); ++i) {
+      // Numbers right-aligned, names left-aligned.
+      const std::string pad(widths[i] - line[i].size(), ' ');
+      out << " " << (i == 0 || i == line.size() - 1 ? line[i] + pad : pad + line[i]) << " |";
+    }
+    out << "\n";
+  };
+  printLine(cells[0]);
+  out << "|";
+  for (std::size_t i = 0; i < widths.size(); ++i) {
+    const bool right = i != 0 && i != widths.size() - 1;
+    out << (right ? " " + std::string(widths[i] - 1, '-') + ": |"
+                  : " " + std::string(widths[i], '-') + " |");
+  }
+  out << "\n";
+  for (std::size_t i = 1; i < cells.size(); ++i) printLine(cells[i]);
+}
+
+void PrintWorkersTable(std::ostream& out, const std::vector<WorkersRow>& rows) {
+  std::vector<std::vector<std::string>> cells = {{"workload", "records", "workers", "wall", "CPU",
+                                                  "speed-up", "CPU overhead", "saved bytes",
+                                                  "save CPU", "merge CPU", "agree"}};
+  for (const WorkersRow& row : rows) {
+    const WorkersRun& run = row.run;
+    std::vector<std::string> line = {row.workload, Grouped(row.records),
+                                     std::to_string(row.workers)};
+    if (run.outcome.status != Outcome::Done) {
+      const std::string what = run.outcome.status == Outcome::OverCap ? "over cap" : "failed";
+      line.insert(line.end(), {what, "-", "-", "-", "-", "-", "-", row.agreement});
+      cells.push_back(std::move(line));
+      continue;
+    }
+    const bool base = row.single && row.single->outcome.status == Outcome::Done;
+    line.push_back(Format("%.2f s", run.outcome.seconds));
+    line.push_back(Format("%.2f s", run.cpuSeconds));
+    line.push_back(
+        base ? Format("%.2f", row.single->outcome.seconds / std::max(run.outcome.seconds, 1e-9))
+             : "-");
+    line.push_back(
+        base ? Format("%+.1f %%",
+                      100.0 * (run.cpuSeconds / std::max(row.single->cpuSeconds, 1e-9) - 1.0))
+             : "-");
+    line.push_back(row.workers > 1 ? Mebibytes(static_cast<std::int64_t>(run.savedBytes)) : "-");
+    line.push_back(row.workers > 1 ? Format("%.3f s", run.saveSeconds) : "-");
+    line.push_back(row.workers > 1 ? Format("%.3f s", run.mergeSeconds) : "-");
+    line.push_back(row.agreement);
+    cells.push_back(std::move(line));
+  }
+  PrintMarkdownTable(out, cells);
+}
+
 std::string Report::Throughput(const ReportRow& row, const Outcome& outcome) const {
   switch (outcome.status) {
     case Outcome::Done:
@@ -93,28 +152,7 @@ void Report::Print(std::ostream& out) const {
     line.insert(line.end(), {Ratio(row.engine, row.floor), tree, row.agreement});
     cells.push_back(std::move(line));
   }
-  std::vector<std::size_t> widths(header.size(), 0);
-  for (const auto& line : cells) {
-    for (std::size_t i = 0; i < line.size(); ++i) widths[i] = std::max(widths[i], line[i].size());
-  }
-  auto printLine = [&](const std::vector<std::string>& line) {
-    out << "|";
-    for (std::size_t i = 0; i < line.size(); ++i) {
-      // Numbers right-aligned, names left-aligned.
-      const std::string pad(widths[i] - line[i].size(), ' ');
-      out << " " << (i == 0 || i == line.size() - 1 ? line[i] + pad : pad + line[i]) << " |";
-    }
-    out << "\n";
-  };
-  printLine(cells[0]);
-  out << "|";
-  for (std::size_t i = 0; i < widths.size(); ++i) {
-    const bool right = i != 0 && i != widths.size() - 1;
-    out << (right ? " " + std::string(widths[i] - 1, '-') + ": |"
-                  : " " + std::string(widths[i], '-') + " |");
-  }
-  out << "\n";
-  for (std::size_t i = 1; i < cells.size(); ++i) printLine(cells[i]);
+  PrintMarkdownTable(out, cells);
 }
 
 }  // namespace stattree_bench

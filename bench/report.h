@@ -5,11 +5,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "engine_workers.h"
 #include "measure.h"
 
 namespace stattree_bench {
@@ -45,6 +47,23 @@ class Report {
   std::vector<std::string> peerNames;
   std::vector<ReportRow> rows;
 };
+
+// One run of the engine on several workers (--workers).
+struct WorkersRow {
+  std::string workload;
+  std::size_t records = 0;
+  int workers = 1;
+  WorkersRun run;
+  std::optional<WorkersRun> single;  // the same rows on one worker, if run
+  std::string agreement;             // "yes", "NO" or "unchecked"
+};
+
+// Wall-clock and processor time per worker count; speed-up and overhead
+// against one worker.
+void PrintWorkersTable(std::ostream& out, const std::vector<WorkersRow>& rows);
+
+// `cells[0]` is the header; the first and last columns are left-aligned.
+void PrintMarkdownTable(std::ostream& out, const std::vector<std::vector<std::string>>& cells);
 
 }  // namespace stattree_bench
 
