@@ -117,6 +117,10 @@ WorkersRun RunWorkers(const WorkloadSpec& spec, const Table& table, int workers,
   // Children must not inherit unwritten output and print it twice.
   std::cout.flush();
   std::cerr.flush();
+  // Free heap pages kept from earlier runs would be shared with the
+  // children, and every first write to one, in parent or child, would
+  // copy it: a cost of the benchmark's history, not of the workers.
+  MemoryProbe::ReleaseFreeHeap();
 
   const double selfBefore = CpuSeconds(RUSAGE_SELF);
   const double childrenBefore = CpuSeconds(RUSAGE_CHILDREN);
