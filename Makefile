@@ -83,6 +83,17 @@ bench-peers: deps
 	bash bench/peers/install.sh $(PEER_DIR)
 	$(RELEASE_DIR)/bench/stattree_bench --peers $(PEER_DIR) $(BENCH_FLAGS)
 
+# The engine on 1 and 2 worker processes, their partial results merged
+# (bench/README.md): wall-clock speed-up and processor time. WORKERS sets
+# the counts; BENCH_FLAGS narrows it as for bench-peers.
+WORKERS ?= 1,2
+.PHONY: bench-workers
+bench-workers: deps
+	cmake -S . -B $(RELEASE_DIR) -DCMAKE_BUILD_TYPE=Release -DSTATTREE_BUILD_BENCH=ON \
+	  -DSTATTREE_BUILD_TESTS=OFF
+	cmake --build $(RELEASE_DIR) -j$(JOBS) --target stattree_bench
+	$(RELEASE_DIR)/bench/stattree_bench --workers $(WORKERS) $(BENCH_FLAGS)
+
 # The command-line tool against pandas on a W1 CSV file, start-up and
 # reading included (bench/README.md). TOOL_RECORDS sets the sizes.
 TOOL_RECORDS ?= 100000 1000000
