@@ -360,10 +360,10 @@ std::vector<WorkersRow> MeasureWorkers(const WorkloadSpec& spec, const std::vect
     std::string differences;
     if (row.run.outcome.status != Outcome::Done || floor.status != Outcome::Done) {
       row.agreement = "unchecked";
-    } else if (results.Agrees(floorResults, "merged", "floor", differences)) {
+    } else if (results.Agrees(floorResults, "stattree", "floor", differences)) {
       row.agreement = "yes";
     } else {
-      std::cerr << "\n  DISAGREEMENT on " << workers << " workers, merged / floor:\n"
+      std::cerr << "\n  DISAGREEMENT on " << workers << " workers, stattree / floor:\n"
                 << differences;
       row.agreement = "NO";
       agreed = false;
