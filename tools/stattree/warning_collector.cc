@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "tools/stattree/byte_pack.h"
 #include "tools/stattree/join.h"
 #include "tools/stattree/report_text.h"
 
@@ -99,6 +100,79 @@ void WarningCollector::Watch(ColumnAudit& audit, const Variant& value, const std
       w.exampleLine = line;
     }
   }
+}
+
+std::string WarningCollector::SaveState() const {
+  BytePacker packer;
+  packer.PutInt(static_cast<long long>(columns_.size()));
+  for (const ColumnAudit& audit : columns_) {
+    packer.PutInt(audit.textCells);
+    packer.PutString(audit.textExample);
+    packer.PutInt(audit.textLine);
+    packer.PutInt(static_cast<long long>(audit.watches.size()));
+    for (const ValueWatch& w : audit.watches) {
+      packer.PutBool(w.matched);
+      packer.PutBool(w.otherForm);
+      packer.PutString(w.example);
+      packer.PutVariant(w.exampleValue);
+      packer.PutInt(w.exampleLine);
+    }
+  }
+  return packer.Bytes();
+}
+
+bool WarningCollector::MergeState(const std::string& state, long long lineShift) {
+  // Read whole before anything changes, so that a bad state changes nothing.
+  std::vector<ColumnAudit> later(columns_.size());
+  ByteUnpacker unpacker(state);
+  long long columns = 0;
+  if (!unpacker.GetInt(columns) || columns != static_cast<long long>(columns_.size())) {
+    return false;
+  }
+  for (std::size_t c = 0; c < later.size(); ++c) {
+    ColumnAudit& audit = later[c];
+    long long watches = 0;
+    if (!unpacker.GetInt(audit.textCells) || !unpacker.GetString(audit.textExample) ||
+        !unpacker.GetInt(audit.textLine) || !unpacker.GetInt(watches) ||
+        watches != static_cast<long long>(columns_[c].watches.size())) {
+      return false;
+    }
+    audit.watches.resize(static_cast<std::size_t>(watches));
+    for (ValueWatch& w : audit.watches) {
+      if (!unpacker.GetBool(w.matched) || !unpacker.GetBool(w.otherForm) ||
+          !unpacker.GetString(w.example) || !unpacker.GetVariant(w.exampleValue) ||
+          !unpacker.GetInt(w.exampleLine)) {
+        return false;
+      }
+    }
+  }
+  if (!unpacker.AtEnd()) return false;
+  for (std::size_t c = 0; c < later.size(); ++c) {
+    ColumnAudit& audit = columns_[c];
+    const ColumnAudit& next = later[c];
+    if (audit.textCells == 0 && next.textCells > 0) {
+      audit.textExample = next.textExample;
+      audit.textLine = next.textLine + lineShift;
+    }
+    audit.textCells += next.textCells;
+    for (std::size_t i = 0; i < audit.watches.size(); ++i) {
+      ValueWatch& w = audit.watches[i];
+      const ValueWatch& n = next.watches[i];
+      // Once matched, the earlier examples no longer matter, as when one
+      // collector stops watching a matched value.
+      if (!w.matched && !w.otherForm && n.otherForm) {
+        w.otherForm = true;
+        w.example = n.example;
+        w.exampleValue = n.exampleValue;
+        w.exampleLine = n.exampleLine + lineShift;
+      }
+      if (!w.matched && n.matched) {
+        w.matched = true;
+        --audit.openWatches;
+      }
+    }
+  }
+  return true;
 }
 
 std::vector<ReportWarning> WarningCollector::Warnings(const NodeReport& root,

@@ -11,7 +11,9 @@
 //   - "subset_matched_nothing": a subset that took no record at all.
 // The collector sees only the columns it audits, one cell at a time, and
 // does no allocation there but for the first example of each finding.
-// Warnings never change a result. Thread-safety: none.
+// Warnings never change a result. Collectors that saw consecutive parts
+// of one input, merged in order, say what one collector over the whole
+// input says. Thread-safety: none.
 #ifndef STATTREE_TOOLS_WARNING_COLLECTOR_H_
 #define STATTREE_TOOLS_WARNING_COLLECTOR_H_
 
@@ -48,6 +50,14 @@ class WarningCollector {
   // The warnings of a run over `records` records that made `root`, in the
   // job's order.
   std::vector<ReportWarning> Warnings(const NodeReport& root, long long records) const;
+
+  // What the collector has noticed so far, for a collector of the same job
+  // in another process.
+  std::string SaveState() const;
+  // Takes in a state saved over records that came after this collector's,
+  // their lines shifted by `lineShift`; false, changing nothing, when
+  // `state` is not a state of this job's collector.
+  bool MergeState(const std::string& state, long long lineShift);
 
  private:
   // A value the job compares a column with, when it reads as a number.
