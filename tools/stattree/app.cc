@@ -60,9 +60,9 @@ it takes the machine's memory: a tree field with a million distinct values
 makes a million nodes.
 
 --threads N reads a CSV file in N parts at once, each in its own process,
-and merges them in order: the report is that of one part, but for the
+and merges them in order: the report is that of --threads 1 but for the
 last digits of sums, averages and deviations. Standard input, and a file
-whose quoting is broken somewhere, are read in one part.
+whose quoting is broken somewhere, are read by one process.
 
 Exit codes: 0 success, 1 bad data or job or too many nodes, 2 usage error,
 130 cancelled.)";
