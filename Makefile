@@ -20,7 +20,7 @@ build: deps
 
 # What the report tests need beside the build: headless Chromium for the
 # HTML page, pytest and pandas for the CSV table.
-TEST_PACKAGES := chromium python3-pytest python3-pandas
+TEST_PACKAGES := chromium python3-pytest python3-pandas python3-dask python3-distributed
 deps-test:
 	@bash scripts/install-deps.sh $(TEST_PACKAGES)
 

@@ -14,6 +14,16 @@ namespace stattree_bench {
 namespace {
 
 constexpr std::size_t kRowsBetweenClockChecks = 1 << 16;
+
+// Ends a timed loop once past the cap, checking the clock every
+// kRowsBetweenClockChecks rows.
+bool PastCap(std::size_t row, const Deadline& deadline, const Stopwatch& watch, Outcome& outcome) {
+  if (row % kRowsBetweenClockChecks != 0 || !deadline.Passed()) return false;
+  outcome.status = Outcome::OverCap;
+  outcome.seconds = watch.Seconds();
+  return true;
+}
+
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 struct EverydayNode {
@@ -122,11 +132,7 @@ Outcome RunEveryday(const Table& table, double capSeconds, ResultSet& results) {
   std::unordered_map<std::uint64_t, EverydayNode> products;
   const std::size_t rows = table.GetRowCount();
   for (std::size_t row = 0; row < rows; ++row) {
-    if (row % kRowsBetweenClockChecks == 0 && deadline.Passed()) {
-      outcome.status = Outcome::OverCap;
-      outcome.seconds = watch.Seconds();
-      return outcome;
-    }
+    if (PastCap(row, deadline, watch, outcome)) return outcome;
     const double value = amount[row];
     const int channelOfRow = channelIndex[channel.codes[row]];
     const std::uint32_t yearOfRow = year.codes[row];
@@ -188,11 +194,7 @@ Outcome RunHighCardinality(const Table& table, double capSeconds, ResultSet& res
   std::unordered_map<std::uint32_t, ProductSums> customers;
   const std::size_t rows = table.GetRowCount();
   for (std::size_t row = 0; row < rows; ++row) {
-    if (row % kRowsBetweenClockChecks == 0 && deadline.Passed()) {
-      outcome.status = Outcome::OverCap;
-      outcome.seconds = watch.Seconds();
-      return outcome;
-    }
+    if (PastCap(row, deadline, watch, outcome)) return outcome;
     root.Add(product.codes[row], amount[row]);
     customers[customer.codes[row]].Add(product.codes[row], amount[row]);
   }

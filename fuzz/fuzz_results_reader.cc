@@ -14,6 +14,7 @@
 #include <string_view>
 #include <vector>
 
+#include "stattree/boundary/binary_writer.h"
 #include "stattree/stattree.h"
 
 namespace {
@@ -95,19 +96,6 @@ std::vector<std::vector<Variant>> Rows() {
           {Variant(4), Variant("[no name]"), Variant("a"), Variant("a")}};
 }
 
-std::uint64_t Fnv1a(std::string_view bytes) {
-  std::uint64_t hash = 14695981039346656037ULL;
-  for (const char c : bytes) {
-    hash ^= static_cast<unsigned char>(c);
-    hash *= 1099511628211ULL;
-  }
-  return hash;
-}
-
-void PutU64(std::string& out, std::uint64_t value) {
-  for (int i = 0; i < 8; ++i) out.push_back(static_cast<char>((value >> (8 * i)) & 0xFF));
-}
-
 // The input as MergeResults is to read it (see the top).
 std::string Form(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return std::string();
@@ -123,8 +111,9 @@ std::string Form(const std::uint8_t* data, std::size_t size) {
   std::string payload = saved.substr(24, 8);
   payload.append(rest);
   std::string form = saved.substr(0, 8);
-  PutU64(form, payload.size());
-  PutU64(form, Fnv1a(payload));
+  BinaryWriter writer(form);
+  writer.U64(payload.size());
+  writer.U64(BinaryWriter::Checksum(payload));
   return form + payload;
 }
 

@@ -39,6 +39,8 @@ struct RunOutcome {
   std::vector<std::string> errors;
   EngineFailure engine;
   cli::Report report;
+  // A partial run's result, for JobRunner::MergePartials.
+  std::string partial;
 };
 
 class JobRunner {
@@ -48,6 +50,7 @@ class JobRunner {
     std::string jobName;
     long long maxNodes = 1000000;
     ProgressManager* progress = nullptr;  // borrowed; may be null
+    bool partial = false;                 // leave the records unfinalized
   };
   struct CsvOptions {
     char delimiter = ',';
@@ -60,6 +63,19 @@ class JobRunner {
   static RunOutcome RunFrame(const cli::Job& job, const FrameTable& table, const Options& options);
   static RunOutcome RunCsv(const cli::Job& job, const std::string& path, const Options& options,
                            const CsvOptions& csvOptions);
+
+  // As RunFrame, but the records stay unfinalized: on success `partial`
+  // holds them with the frame's column names, its row count and the
+  // warnings' findings, as bytes any process can merge.
+  static RunOutcome PartialFrame(const cli::Job& job, const FrameTable& table,
+                                 const Options& options);
+  // The report of one run over the rows of `partials`, given in the order
+  // of their rows: merged, then finalized. Partials of another job, of
+  // frames with other columns, or damaged bytes are bad input; a merged
+  // tree past the node limit too. With `options.partial` the merge stays
+  // unfinalized and comes back as one partial, for a merge further up.
+  static RunOutcome MergePartials(const cli::Job& job, const std::vector<std::string>& partials,
+                                  const Options& options);
 };
 
 }  // namespace python

@@ -234,16 +234,24 @@ std::string ToJson(const RunOutcome& outcome) {
 // array, mask), ("reals", float64 array, mask), ("codes", integer array,
 // object array of categories) or ("objects", object array); masks are
 // bool arrays or None.
-py::tuple RunFrame(const PyJob& job, const std::vector<std::string>& names, const py::list& columns,
-                   std::size_t rows, const py::tuple& missing, const std::string& dataName,
-                   long long maxNodes) {
+JobRunner::Options RunOptions(const PyJob& job, const std::string& dataName, long long maxNodes,
+                              ProgressManager* progress) {
+  JobRunner::Options options;
+  options.dataName = dataName;
+  options.jobName = job.name;
+  options.maxNodes = maxNodes;
+  options.progress = progress;
+  return options;
+}
+
+// Fills `table` from the columns; `keep` holds every borrowed buffer.
+void BuildTable(FrameTable& table, std::vector<py::object>& keep,
+                const std::vector<std::string>& names, const py::list& columns, std::size_t rows,
+                const py::tuple& missing) {
   if (names.size() != columns.size()) throw py::value_error("one column per name expected");
-  FrameTable table;
   table.names = names;
   table.rows = rows;
   table.columns.resize(names.size());
-  // Keeps every borrowed buffer alive until the run is over.
-  std::vector<py::object> keep;
   const ObjectConverter converter(missing);
   for (std::size_t i = 0; i < names.size(); ++i) {
     const py::object spec = columns[i];
@@ -290,18 +298,46 @@ py::tuple RunFrame(const PyJob& job, const std::vector<std::string>& names, cons
       throw py::value_error("unknown column kind " + kind);
     }
   }
-  JobRunner::Options options;
-  options.dataName = dataName;
-  options.jobName = job.name;
-  options.maxNodes = maxNodes;
+}
+
+py::tuple RunFrame(const PyJob& job, const std::vector<std::string>& names, const py::list& columns,
+                   std::size_t rows, const py::tuple& missing, const std::string& dataName,
+                   long long maxNodes, bool partial) {
+  FrameTable table;
+  // Keeps every borrowed buffer alive until the run is over.
+  std::vector<py::object> keep;
+  BuildTable(table, keep, names, columns, rows, missing);
   InterruptCheck interrupt;
-  options.progress = &interrupt;
+  JobRunner::Options options = RunOptions(job, dataName, maxNodes, &interrupt);
   RunOutcome outcome;
   std::string json;
   {
     const py::gil_scoped_release release;
-    outcome = JobRunner::RunFrame(job.job, table, options);
-    json = ToJson(outcome);
+    outcome = partial ? JobRunner::PartialFrame(job.job, table, options)
+                      : JobRunner::RunFrame(job.job, table, options);
+    if (!partial) json = ToJson(outcome);
+  }
+  if (partial && outcome.status == RunOutcome::Status::Ok) {
+    interrupt.Rethrow();
+    return py::make_tuple("ok", py::bytes(outcome.partial));
+  }
+  return Answer(outcome, interrupt, json);
+}
+
+py::tuple MergePartials(const PyJob& job, const std::vector<std::string>& partials,
+                        const std::string& dataName, long long maxNodes, bool partial) {
+  InterruptCheck interrupt;
+  JobRunner::Options options = RunOptions(job, dataName, maxNodes, nullptr);
+  options.partial = partial;
+  RunOutcome outcome;
+  std::string json;
+  {
+    const py::gil_scoped_release release;
+    outcome = JobRunner::MergePartials(job.job, partials, options);
+    if (!partial) json = ToJson(outcome);
+  }
+  if (partial && outcome.status == RunOutcome::Status::Ok) {
+    return py::make_tuple("ok", py::bytes(outcome.partial));
   }
   return Answer(outcome, interrupt, json);
 }
@@ -309,12 +345,8 @@ py::tuple RunFrame(const PyJob& job, const std::vector<std::string>& names, cons
 py::tuple RunCsv(const PyJob& job, const std::string& path, const std::string& delimiter,
                  const std::vector<std::string>& textColumns, bool skipBadRows,
                  long long maxNodes) {
-  JobRunner::Options options;
-  options.dataName = path;
-  options.jobName = job.name;
-  options.maxNodes = maxNodes;
   InterruptCheck interrupt;
-  options.progress = &interrupt;
+  const JobRunner::Options options = RunOptions(job, path, maxNodes, &interrupt);
   JobRunner::CsvOptions csvOptions;
   csvOptions.delimiter = delimiter.empty() ? ',' : delimiter[0];
   csvOptions.textColumns = textColumns;
@@ -349,7 +381,9 @@ PYBIND11_MODULE(_stattree, m) {
   m.def("load_job", &stattree::python::LoadJob, py::arg("path"));
   m.def("run_frame", &stattree::python::RunFrame, py::arg("job"), py::arg("names"),
         py::arg("columns"), py::arg("rows"), py::arg("missing"), py::arg("data_name"),
-        py::arg("max_nodes"));
+        py::arg("max_nodes"), py::arg("partial") = false);
+  m.def("merge_partials", &stattree::python::MergePartials, py::arg("job"), py::arg("partials"),
+        py::arg("data_name"), py::arg("max_nodes"), py::arg("partial") = false);
   m.def("run_csv", &stattree::python::RunCsv, py::arg("job"), py::arg("path"), py::arg("delimiter"),
         py::arg("text_columns"), py::arg("skip_bad_rows"), py::arg("max_nodes"));
 }

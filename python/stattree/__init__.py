@@ -4,6 +4,8 @@
                        statistics={"Revenue": {"type": "Sum", "field": "amount"}})
     report = job.run(df)                   # or job.run_csv("sales.csv")
     report.root.child("Europe").statistic("Revenue").value
+    report = stattree.merge([job.partial(a), job.partial(b)])  # rows of a, then b
+    report = stattree.dask.run(job, dask_frame)
 
 A job has the command-line tool's job schema and is checked by the tool's
 loader (the same checks and messages); `Job.from_file` reads a job file.
@@ -41,13 +43,16 @@ import pandas as pd
 
 from . import _stattree
 
-__all__ = ["Job", "Report", "Node", "Statistic", "StattreeError", "JobError", "EngineError"]
+__all__ = ["Job", "Partial", "Report", "Node", "Statistic", "StattreeError", "JobError",
+           "EngineError", "merge", "dask"]
 
 # The tool's default: past it a tree field most likely holds an identifier.
 DEFAULT_MAX_NODES = 1_000_000
 # Objects that read as the empty cell besides None and NaN.
 _MISSING = (pd.NA, pd.NaT)
-_INT64_MAX = np.iinfo(np.int64).max
+# A Python int: numpy compares uint64 with int64 as floats, where 2**63 - 1
+# and 2**63 are equal.
+_INT64_MAX = int(np.iinfo(np.int64).max)
 
 
 class StattreeError(Exception):
@@ -114,13 +119,13 @@ def _column(series):
             return ("codes", np.ascontiguousarray(series.to_numpy()).view(np.int8),
                     np.array([False, True], dtype=object))
         if dtype.kind == "i" or (dtype.kind == "u" and (
-                dtype.itemsize < 8 or len(series) == 0 or series.max() <= _INT64_MAX)):
+                dtype.itemsize < 8 or len(series) == 0 or int(series.max()) <= _INT64_MAX)):
             return ("integers", np.ascontiguousarray(series.to_numpy(), dtype=np.int64), None)
         if dtype.kind == "f":
             return ("reals", np.ascontiguousarray(series.to_numpy(), dtype=np.float64), None)
     elif pd.api.types.is_integer_dtype(dtype):
         missing = series.isna().to_numpy()
-        if not missing.all() and series.max() > _INT64_MAX:
+        if not missing.all() and int(series.max()) > _INT64_MAX:
             return ("objects", series.to_numpy(dtype=object))
         data = series.to_numpy(dtype=np.int64, na_value=0)
         return ("integers", np.ascontiguousarray(data), np.ascontiguousarray(missing))
@@ -149,13 +154,29 @@ class Job:
         except (TypeError, ValueError) as error:
             raise JobError([f"<job>: {error}"]) from None
         self._adopt(_stattree.parse_job(text, "<job>"))
+        self._source = (text.encode(), "<job>")
 
     @classmethod
     def from_file(cls, path):
         """A job file, as `stattree run --job` reads it."""
         job = cls.__new__(cls)
         job._adopt(_stattree.load_job(str(path)))
+        with open(path, "rb") as file:
+            job._source = (file.read(), str(path))
         return job
+
+    @classmethod
+    def _from_source(cls, text, name):
+        job = cls.__new__(cls)
+        with warnings.catch_warnings():
+            warnings.simplefilter("ignore")  # issued when the job was first made
+            job._adopt(_stattree.parse_job(text, name))
+        job._source = (text, name)
+        return job
+
+    def __reduce__(self):
+        # Pickled as its text: a job crosses to other processes with partials.
+        return (Job._from_source, self._source)
 
     def _adopt(self, parsed):
         job, errors, warned = parsed
@@ -178,12 +199,29 @@ class Job:
     def run(self, frame, max_nodes=DEFAULT_MAX_NODES, name="<DataFrame>"):
         """Runs over a pandas DataFrame, its rows in order; `name` is the
         report's "data". Only the columns the job reads are converted."""
+        return _answer(_stattree.run_frame(self._job, *self._frame(frame), _MISSING, name,
+                                           max_nodes))
+
+    def partial(self, frame, max_nodes=DEFAULT_MAX_NODES):
+        """The unfinalized results of `run(frame)`, as a picklable Partial:
+        `merge` of the partials of consecutive slices of a frame, in order,
+        reports what `run` over the whole frame reports (sums, averages and
+        standard deviations up to the last digits of reals, whose additions
+        come in another order). Warnings are issued by `merge`."""
+        kind, payload = _stattree.run_frame(self._job, *self._frame(frame), _MISSING,
+                                            "<DataFrame>", max_nodes, partial=True)
+        if kind == "ok":
+            return Partial(self, payload)
+        return _answer((kind, payload))
+
+    def _frame(self, frame):
+        """Column names, the columns the job reads as the engine's side
+        takes them (others None), and the row count."""
         names = [str(column) for column in frame.columns]
         used = set(self._job.columns)
         columns = [_column(series) if str(label) in used else None
                    for label, series in frame.items()]
-        return _answer(_stattree.run_frame(self._job, names, columns, len(frame), _MISSING,
-                                           name, max_nodes))
+        return names, columns, len(frame)
 
     def run_csv(self, path, delimiter=",", text=(), skip_bad_rows=False,
                 max_nodes=DEFAULT_MAX_NODES):
@@ -198,8 +236,52 @@ class Job:
         return _answer(_stattree.run_csv(self._job, str(path), delimiter, list(text),
                                          skip_bad_rows, max_nodes))
 
-    # Partial results (a picklable form of unfinalized results) and their
-    # merging across processes come with the engine's binary form of them.
+
+class Partial:
+    """The unfinalized results of a job over some rows (`Job.partial`):
+    the engine's portable bytes with the job they belong to. Picklable, so
+    that partials made by other processes or machines meet in `merge`."""
+
+    def __init__(self, job, data):
+        self.job = job
+        self._data = bytes(data)
+
+    def __reduce__(self):
+        return (Partial, (self.job, self._data))
+
+    def __repr__(self):
+        return f"<stattree.Partial of {len(self._data)} bytes>"
+
+
+def _merge_input(partials):
+    partials = list(partials)
+    if not partials:
+        raise JobError(["<partials>: no partial results to merge"])
+    for index, partial in enumerate(partials):
+        if not isinstance(partial, Partial):
+            raise TypeError(f"partial {index + 1} is a {type(partial).__name__}, not a Partial")
+        if partial.job._source != partials[0].job._source:
+            raise JobError([f"<partials>: partial {index + 1} belongs to another job than the "
+                            "first"])
+    return partials[0].job, [partial._data for partial in partials]
+
+
+def merge(partials, max_nodes=DEFAULT_MAX_NODES, name="<DataFrame>"):
+    """The Report of one run over the rows of `partials`, given in the
+    order of their rows: merged, then finalized. `max_nodes` limits the
+    merged tree; `name` is the report's "data"."""
+    job, data = _merge_input(partials)
+    return _answer(_stattree.merge_partials(job._job, data, name, max_nodes))
+
+
+def _combine(partials, max_nodes=DEFAULT_MAX_NODES):
+    """Consecutive partials merged into one, still unfinalized."""
+    job, data = _merge_input(partials)
+    kind, payload = _stattree.merge_partials(job._job, data, "<DataFrame>", max_nodes,
+                                             partial=True)
+    if kind == "ok":
+        return Partial(job, payload)
+    return _answer((kind, payload))
 
 
 class Report:
@@ -389,3 +471,8 @@ class Statistic:
 
     def __repr__(self):
         return f"<Statistic {self.name!r} ({self.type}): {self.value!r}>"
+
+
+# Last: it takes merge and the partials' helpers from above. Dask itself is
+# imported only when stattree.dask.run is called.
+from . import dask  # noqa: E402

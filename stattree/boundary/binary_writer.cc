@@ -54,4 +54,13 @@ void BinaryWriter::PatchU64(std::size_t at, std::uint64_t value) {
   for (std::size_t i = 0; i < 8; ++i) out[at + i] = static_cast<char>((value >> (8 * i)) & 0xFF);
 }
 
+std::uint64_t BinaryWriter::Checksum(std::string_view bytes) {
+  std::uint64_t hash = 14695981039346656037ULL;
+  for (const char c : bytes) {
+    hash ^= static_cast<unsigned char>(c);
+    hash *= 1099511628211ULL;
+  }
+  return hash;
+}
+
 }  // namespace stattree

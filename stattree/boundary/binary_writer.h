@@ -31,6 +31,9 @@ class BinaryWriter {
   // Counts of containers: 32 bits.
   void Count(std::size_t count) { U32(static_cast<std::uint32_t>(count)); }
 
+  // The checksum the binary form keeps of its payload (64-bit FNV-1a).
+  static std::uint64_t Checksum(std::string_view bytes);
+
   std::size_t Size() const { return out.size(); }
   // Overwrites 8 bytes at `at`, for lengths known only at the end.
   void PatchU64(std::size_t at, std::uint64_t value);

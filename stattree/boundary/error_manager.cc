@@ -13,48 +13,52 @@ namespace {
 constexpr std::size_t kReservedLocations = 64;
 }  // namespace
 
-ErrorManager::ErrorManager(const ErrorInfo* table, const char* name)
-    : table_(table), name_(name != nullptr ? name : "") {
-  locations_.reserve(kReservedLocations);
+ErrorManager::ErrorManager(const ErrorInfo* errorTable, const char* managerName)
+    : table(errorTable), name(managerName != nullptr ? managerName : "") {
+  locations.reserve(kReservedLocations);
 }
 
-const ErrorInfo* ErrorManager::FindRow(int code) const {
-  if (table_ == nullptr) return nullptr;
-  for (const ErrorInfo* row = table_; row->code != 0; ++row) {
-    if (row->code == code) return row;
+const ErrorInfo* ErrorManager::FindRow(int errorCode) const {
+  if (table == nullptr) return nullptr;
+  for (const ErrorInfo* row = table; row->code != 0; ++row) {
+    if (row->code == errorCode) return row;
   }
   return nullptr;
 }
 
-bool ErrorManager::SetFromRow(int code, std::string detail) {
-  const ErrorInfo* row = FindRow(code);
-  isSet_ = true;
-  code_ = code;
-  second_ = row != nullptr ? row->second : 0;
-  flag_ = row != nullptr && row->flag;
-  message_ = row != nullptr ? std::string(row->message, strnlen(row->message, sizeof row->message))
-                            : std::string();
-  detail_ = std::move(detail);
-  locations_.clear();
+bool ErrorManager::SetFromRow(int errorCode, std::string errorDetail) {
+  const ErrorInfo* row = FindRow(errorCode);
+  isSet = true;
+  code = errorCode;
+  second = row != nullptr ? row->second : 0;
+  flag = row != nullptr && row->flag;
+  message = row != nullptr ? std::string(row->message, strnlen(row->message, sizeof row->message))
+                           : std::string();
+  detail = std::move(errorDetail);
+  locations.clear();
   WriteError();
   return false;
 }
 
-bool ErrorManager::Set(int code) { return SetFromRow(code, std::string()); }
+bool ErrorManager::Set(int errorCode) { return SetFromRow(errorCode, std::string()); }
 
-bool ErrorManager::Set(int code, int detail) { return SetFromRow(code, std::to_string(detail)); }
+bool ErrorManager::Set(int errorCode, int errorDetail) {
+  return SetFromRow(errorCode, std::to_string(errorDetail));
+}
 
-bool ErrorManager::Set(int code, const std::string& detail) { return SetFromRow(code, detail); }
+bool ErrorManager::Set(int errorCode, const std::string& errorDetail) {
+  return SetFromRow(errorCode, errorDetail);
+}
 
-bool ErrorManager::Set(int code, int second, const std::string& message, bool flag,
-                       bool /*extra*/) {
-  isSet_ = true;
-  code_ = code;
-  second_ = second;
-  message_ = message;
-  flag_ = flag;
-  detail_.clear();
-  locations_.clear();
+bool ErrorManager::Set(int errorCode, int errorSecond, const std::string& errorMessage,
+                       bool errorFlag, bool /*extra*/) {
+  isSet = true;
+  code = errorCode;
+  second = errorSecond;
+  message = errorMessage;
+  flag = errorFlag;
+  detail.clear();
+  locations.clear();
   WriteError();
   return false;
 }
@@ -62,40 +66,40 @@ bool ErrorManager::Set(int code, int second, const std::string& message, bool fl
 bool ErrorManager::DumpCode(int location) {
   // Reporting an allocation failure must not fail for want of memory itself.
   try {
-    locations_.push_back(location);
+    locations.push_back(location);
   } catch (const std::bad_alloc&) {
   }
-  if (stream_ != nullptr) *stream_ << name_ << " location " << location << '\n';
+  if (stream != nullptr) *stream << name << " location " << location << '\n';
   return false;
 }
 
-bool ErrorManager::Get(int& code, int& second, std::string& message, bool& flag) const {
-  if (!isSet_) return false;
-  code = code_;
-  second = second_;
-  message = message_;
-  flag = flag_;
+bool ErrorManager::Get(int& outCode, int& outSecond, std::string& outMessage, bool& outFlag) const {
+  if (!isSet) return false;
+  outCode = code;
+  outSecond = second;
+  outMessage = message;
+  outFlag = flag;
   return true;
 }
 
 void ErrorManager::Clear() {
-  isSet_ = false;
-  code_ = 0;
-  second_ = 0;
-  flag_ = false;
-  message_.clear();
-  detail_.clear();
-  locations_.clear();
+  isSet = false;
+  code = 0;
+  second = 0;
+  flag = false;
+  message.clear();
+  detail.clear();
+  locations.clear();
 }
 
-void ErrorManager::Init(std::ofstream* stream) { stream_ = stream; }
+void ErrorManager::Init(std::ofstream* logStream) { stream = logStream; }
 
 void ErrorManager::WriteError() const {
-  if (stream_ == nullptr) return;
-  *stream_ << name_ << " error " << code_ << " (" << second_ << ", " << (flag_ ? 1 : 0)
-           << "): " << message_;
-  if (!detail_.empty()) *stream_ << " [" << detail_ << ']';
-  *stream_ << '\n';
+  if (stream == nullptr) return;
+  *stream << name << " error " << code << " (" << second << ", " << (flag ? 1 : 0)
+          << "): " << message;
+  if (!detail.empty()) *stream << " [" << detail << ']';
+  *stream << '\n';
 }
 
 }  // namespace stattree

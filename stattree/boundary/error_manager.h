@@ -30,52 +30,53 @@ namespace stattree {
 
 class ErrorManager {
  public:
-  // `table` is borrowed and must outlive the manager; it ends with a row
+  // `errorTable` is borrowed and must outlive the manager; it ends with a row
   // whose code is 0.
-  ErrorManager(const ErrorInfo* table, const char* name);
+  ErrorManager(const ErrorInfo* errorTable, const char* managerName);
   ErrorManager(const ErrorManager& other) = default;
   ErrorManager& operator=(const ErrorManager& other) = default;
   virtual ~ErrorManager() = default;
 
-  // Makes the table row of `code` the current error. A code without a row
+  // Makes the table row of `errorCode` the current error. A code without a row
   // is set all the same, with second value 0, an empty message and flag
   // false.
-  bool Set(int code);
-  bool Set(int code, int detail);
-  bool Set(int code, const std::string& detail);
+  bool Set(int errorCode);
+  bool Set(int errorCode, int errorDetail);
+  bool Set(int errorCode, const std::string& errorDetail);
   // Sets the current error from the values as passed, without a look-up.
   // `extra` is accepted for interface compatibility and has no effect.
-  bool Set(int code, int second, const std::string& message, bool flag, bool extra);
+  bool Set(int errorCode, int errorSecond, const std::string& errorMessage, bool errorFlag,
+           bool extra);
 
   bool DumpCode(int location);
-  bool IsErrorSet() const { return isSet_; }
+  bool IsErrorSet() const { return isSet; }
   // Copies the current error out; false (outputs untouched) when none.
-  bool Get(int& code, int& second, std::string& message, bool& flag) const;
+  bool Get(int& outCode, int& outSecond, std::string& outMessage, bool& outFlag) const;
   void Clear();
-  // From now on each Set and DumpCode writes one line to `stream`; null
+  // From now on each Set and DumpCode writes one line to `logStream`; null
   // detaches. The stream is borrowed.
-  void Init(std::ofstream* stream);
+  void Init(std::ofstream* logStream);
 
   // The integer or text detail of the current error ("" when none).
-  const std::string& GetDetail() const { return detail_; }
-  const std::vector<int>& GetLocations() const { return locations_; }
-  const char* GetName() const { return name_.c_str(); }
+  const std::string& GetDetail() const { return detail; }
+  const std::vector<int>& GetLocations() const { return locations; }
+  const char* GetName() const { return name.c_str(); }
 
  private:
-  const ErrorInfo* FindRow(int code) const;
-  bool SetFromRow(int code, std::string detail);
+  const ErrorInfo* FindRow(int errorCode) const;
+  bool SetFromRow(int errorCode, std::string errorDetail);
   void WriteError() const;
 
-  const ErrorInfo* table_;
-  std::string name_;
-  std::ofstream* stream_ = nullptr;
-  bool isSet_ = false;
-  int code_ = 0;
-  int second_ = 0;
-  bool flag_ = false;
-  std::string message_;
-  std::string detail_;
-  std::vector<int> locations_;
+  const ErrorInfo* table;
+  std::string name;
+  std::ofstream* stream = nullptr;
+  bool isSet = false;
+  int code = 0;
+  int second = 0;
+  bool flag = false;
+  std::string message;
+  std::string detail;
+  std::vector<int> locations;
 };
 
 }  // namespace stattree

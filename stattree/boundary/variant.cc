@@ -88,42 +88,42 @@ size_t FormatReal(double x, char* buffer, size_t size) {
 
 }  // namespace
 
-Variant::Variant(const std::string& value) : kind_(Kind::Text), text_(value) {}
+Variant::Variant(const std::string& value) : kind(Kind::Text), text(value) {}
 
-Variant::Variant(const char* value) : kind_(Kind::Text), text_(value != nullptr ? value : "") {}
+Variant::Variant(const char* value) : kind(Kind::Text), text(value != nullptr ? value : "") {}
 
 Variant Variant::Invalid() noexcept {
   Variant v;
-  v.kind_ = Kind::Invalid;
+  v.kind = Kind::Invalid;
   return v;
 }
 
 void Variant::SetEmpty() noexcept {
-  kind_ = Kind::Empty;
-  int_ = 0;
-  text_.clear();
+  kind = Kind::Empty;
+  integer = 0;
+  text.clear();
 }
 
 // Called per record and per candidate by every "=" test, so it compares
 // the text forms without building strings.
 bool Variant::SlowStringEquivalent(const Variant& other) const {
-  if (kind_ == Kind::Text && other.kind_ == Kind::Text) return text_ == other.text_;
+  if (kind == Kind::Text && other.kind == Kind::Text) return text == other.text;
   TextBuffer mine;
   TextBuffer theirs;
   return TextView(mine) == other.TextView(theirs);
 }
 
 std::string_view Variant::TextView(TextBuffer& buffer) const {
-  switch (kind_) {
+  switch (kind) {
     case Kind::Integer: {
-      auto [end, ec] = std::to_chars(buffer, buffer + kTextBufferSize, int_);
+      auto [end, ec] = std::to_chars(buffer, buffer + kTextBufferSize, integer);
       (void)ec;  // cannot fail: 20 digits fit
       return std::string_view(buffer, static_cast<size_t>(end - buffer));
     }
     case Kind::Real:
-      return std::string_view(buffer, FormatReal(real_, buffer, kTextBufferSize));
+      return std::string_view(buffer, FormatReal(real, buffer, kTextBufferSize));
     case Kind::Text:
-      return text_;
+      return text;
     case Kind::Empty:
     case Kind::Invalid:
       break;
@@ -132,15 +132,15 @@ std::string_view Variant::TextView(TextBuffer& buffer) const {
 }
 
 Variant::operator std::string() const {
-  switch (kind_) {
+  switch (kind) {
     case Kind::Integer:
-      return std::to_string(int_);
+      return std::to_string(integer);
     case Kind::Real: {
       TextBuffer buffer;
-      return std::string(buffer, FormatReal(real_, buffer, sizeof buffer));
+      return std::string(buffer, FormatReal(real, buffer, sizeof buffer));
     }
     case Kind::Text:
-      return text_;
+      return text;
     case Kind::Empty:
     case Kind::Invalid:
       break;
@@ -150,27 +150,28 @@ Variant::operator std::string() const {
 
 Variant::operator double() const {
   Variant number;
-  if (kind_ == Kind::Integer) return static_cast<double>(int_);
-  if (kind_ == Kind::Real) return real_;
-  if (kind_ == Kind::Text && ParseNumber(text_, number)) return static_cast<double>(number);
+  if (kind == Kind::Integer) return static_cast<double>(integer);
+  if (kind == Kind::Real) return real;
+  if (kind == Kind::Text && ParseNumber(text, number)) return static_cast<double>(number);
   return std::numeric_limits<double>::quiet_NaN();
 }
 
 int Variant::Compare(const Variant& other) const {
   const Variant& a = *this;
   const Variant& b = other;
-  const int ra = KindRank(a.kind_);
-  const int rb = KindRank(b.kind_);
+  const int ra = KindRank(a.kind);
+  const int rb = KindRank(b.kind);
   if (ra != rb) return ra < rb ? -1 : 1;
   if (ra == 1) {
-    const int c = a.text_.compare(b.text_);
+    const int c = a.text.compare(b.text);
     return c < 0 ? -1 : (c > 0 ? 1 : 0);
   }
   if (ra != 0) return 0;
-  if (a.IsInteger() && b.IsInteger()) return a.int_ < b.int_ ? -1 : (a.int_ > b.int_ ? 1 : 0);
-  if (a.IsInteger()) return CompareIntReal(a.int_, b.real_);
-  if (b.IsInteger()) return -CompareIntReal(b.int_, a.real_);
-  return a.real_ < b.real_ ? -1 : (a.real_ > b.real_ ? 1 : 0);
+  if (a.IsInteger() && b.IsInteger())
+    return a.integer < b.integer ? -1 : (a.integer > b.integer ? 1 : 0);
+  if (a.IsInteger()) return CompareIntReal(a.integer, b.real);
+  if (b.IsInteger()) return -CompareIntReal(b.integer, a.real);
+  return a.real < b.real ? -1 : (a.real > b.real ? 1 : 0);
 }
 
 // The empty special cases let an empty bound be passed by every value.
@@ -200,26 +201,26 @@ Variant Variant::SlowAdd(const Variant& other) const {
   if (!AsNumber(*this, a) || !AsNumber(other, b)) return Invalid();
   if (a.IsInteger() && b.IsInteger()) {
     long long sum = 0;
-    if (!__builtin_add_overflow(a.int_, b.int_, &sum)) return Variant(sum);
+    if (!__builtin_add_overflow(a.integer, b.integer, &sum)) return Variant(sum);
   }
   return Variant(static_cast<double>(a) + static_cast<double>(b));
 }
 
 Variant Variant::SlowMultiply(const Variant& other) const {
-  if (kind_ == Kind::Invalid || other.kind_ == Kind::Invalid) return Invalid();
+  if (kind == Kind::Invalid || other.kind == Kind::Invalid) return Invalid();
   if (IsEmpty() || other.IsEmpty()) return Variant();
   Variant a;
   Variant b;
   if (!AsNumber(*this, a) || !AsNumber(other, b)) return Invalid();
   if (a.IsInteger() && b.IsInteger()) {
     long long product = 0;
-    if (!__builtin_mul_overflow(a.int_, b.int_, &product)) return Variant(product);
+    if (!__builtin_mul_overflow(a.integer, b.integer, &product)) return Variant(product);
   }
   return Variant(static_cast<double>(a) * static_cast<double>(b));
 }
 
 Variant Variant::operator/(const Variant& other) const {
-  if (kind_ == Kind::Invalid || other.kind_ == Kind::Invalid) return Invalid();
+  if (kind == Kind::Invalid || other.kind == Kind::Invalid) return Invalid();
   if (IsEmpty() || other.IsEmpty()) return Variant();
   Variant a;
   Variant b;

@@ -60,29 +60,29 @@ class STATTREE_EXPORT Variant {
   // An error / not-available value.
   static Variant Invalid() noexcept;
 
-  Kind GetKind() const { return kind_; }
-  bool IsEmpty() const { return kind_ == Kind::Empty; }
+  Kind GetKind() const { return kind; }
+  bool IsEmpty() const { return kind == Kind::Empty; }
   // False only for an invalid value.
-  bool IsValid() const { return kind_ != Kind::Invalid; }
-  bool IsInteger() const { return kind_ == Kind::Integer; }
-  bool IsReal() const { return kind_ == Kind::Real; }
+  bool IsValid() const { return kind != Kind::Invalid; }
+  bool IsInteger() const { return kind == Kind::Integer; }
+  bool IsReal() const { return kind == Kind::Real; }
   bool IsNumber() const { return IsInteger() || IsReal(); }
-  bool IsText() const { return kind_ == Kind::Text; }
+  bool IsText() const { return kind == Kind::Text; }
 
   // Typed getters: the stored content when the kind matches, else 0 / "".
-  long long GetInteger() const { return kind_ == Kind::Integer ? int_ : 0; }
-  double GetReal() const { return kind_ == Kind::Real ? real_ : 0.0; }
-  const std::string& GetText() const { return text_; }
+  long long GetInteger() const { return kind == Kind::Integer ? integer : 0; }
+  double GetReal() const { return kind == Kind::Real ? real : 0.0; }
+  const std::string& GetText() const { return text; }
 
   void SetEmpty() noexcept;
 
   // True when both text forms are byte-equal: 5, 5.0 and "5" are equivalent.
   bool IsStringEquivalentTo(const Variant& other) const {
-    if (kind_ == other.kind_) {
+    if (kind == other.kind) {
       // Distinct reals have distinct shortest forms; 0 and -0 both read "0".
-      if (kind_ == Kind::Real) return real_ == other.real_;
-      if (kind_ == Kind::Integer) return int_ == other.int_;
-      if (kind_ == Kind::Text) return text_ == other.text_;
+      if (kind == Kind::Real) return real == other.real;
+      if (kind == Kind::Integer) return integer == other.integer;
+      if (kind == Kind::Text) return text == other.text;
     }
     return SlowStringEquivalent(other);
   }
@@ -106,22 +106,24 @@ class STATTREE_EXPORT Variant {
   double ToDouble() const { return static_cast<double>(*this); }
 
   bool operator<(const Variant& other) const {
-    if (SameNumberKind(other)) return kind_ == Kind::Real ? real_ < other.real_ : int_ < other.int_;
+    if (SameNumberKind(other))
+      return kind == Kind::Real ? real < other.real : integer < other.integer;
     return Compare(other) < 0;
   }
   bool operator>(const Variant& other) const {
-    if (SameNumberKind(other)) return kind_ == Kind::Real ? real_ > other.real_ : int_ > other.int_;
+    if (SameNumberKind(other))
+      return kind == Kind::Real ? real > other.real : integer > other.integer;
     return SlowGreater(other);
   }
   bool operator<=(const Variant& other) const {
     if (SameNumberKind(other)) {
-      return kind_ == Kind::Real ? real_ <= other.real_ : int_ <= other.int_;
+      return kind == Kind::Real ? real <= other.real : integer <= other.integer;
     }
     return SlowLessEqual(other);
   }
   bool operator>=(const Variant& other) const {
     if (SameNumberKind(other)) {
-      return kind_ == Kind::Real ? real_ >= other.real_ : int_ >= other.int_;
+      return kind == Kind::Real ? real >= other.real : integer >= other.integer;
     }
     return SlowGreaterEqual(other);
   }
@@ -129,10 +131,10 @@ class STATTREE_EXPORT Variant {
   bool operator!=(const Variant& other) const { return !(*this == other); }
 
   Variant operator+(const Variant& other) const {
-    if (kind_ == Kind::Real && other.kind_ == Kind::Real) return Variant(real_ + other.real_);
+    if (kind == Kind::Real && other.kind == Kind::Real) return Variant(real + other.real);
     long long sum = 0;
-    if (kind_ == Kind::Integer && other.kind_ == Kind::Integer &&
-        !__builtin_add_overflow(int_, other.int_, &sum)) {
+    if (kind == Kind::Integer && other.kind == Kind::Integer &&
+        !__builtin_add_overflow(integer, other.integer, &sum)) {
       return Variant(sum);
     }
     return SlowAdd(other);
@@ -140,30 +142,30 @@ class STATTREE_EXPORT Variant {
   // The same as *this = *this + other, without a temporary for two
   // numbers of one kind.
   Variant& operator+=(const Variant& other) {
-    if (kind_ == Kind::Real && other.kind_ == Kind::Real) {
-      const double sum = real_ + other.real_;
+    if (kind == Kind::Real && other.kind == Kind::Real) {
+      const double sum = real + other.real;
       if (sum == sum) {
-        real_ = sum;
+        real = sum;
         return *this;
       }
-    } else if (kind_ == Kind::Integer && other.kind_ == Kind::Integer) {
+    } else if (kind == Kind::Integer && other.kind == Kind::Integer) {
       long long sum = 0;
-      if (!__builtin_add_overflow(int_, other.int_, &sum)) {
-        int_ = sum;
+      if (!__builtin_add_overflow(integer, other.integer, &sum)) {
+        integer = sum;
         return *this;
       }
     }
     return *this = *this + other;
   }
   Variant operator*(const Variant& other) const {
-    if (kind_ == Kind::Real && other.kind_ == Kind::Real) return Variant(real_ * other.real_);
+    if (kind == Kind::Real && other.kind == Kind::Real) return Variant(real * other.real);
     return SlowMultiply(other);
   }
   Variant operator/(const Variant& other) const;
 
  private:
   bool SameNumberKind(const Variant& other) const {
-    return kind_ == other.kind_ && (kind_ == Kind::Integer || kind_ == Kind::Real);
+    return kind == other.kind && (kind == Kind::Integer || kind == Kind::Real);
   }
   inline void CopyNumber(const Variant& other) noexcept;
   // -1, 0 or 1: the total preorder behind operator< and operator==.
@@ -175,45 +177,45 @@ class STATTREE_EXPORT Variant {
   Variant SlowAdd(const Variant& other) const;
   Variant SlowMultiply(const Variant& other) const;
 
-  Kind kind_ = Kind::Empty;
+  Kind kind = Kind::Empty;
   union {
-    long long int_ = 0;
-    double real_;
+    long long integer = 0;
+    double real;
   };
-  std::string text_;  // empty unless kind_ is Text
+  std::string text;  // empty unless kind is Text
 };
 
-inline Variant::Variant(int value) noexcept : kind_(Kind::Integer), int_(value) {}
-inline Variant::Variant(long value) noexcept : kind_(Kind::Integer), int_(value) {}
-inline Variant::Variant(long long value) noexcept : kind_(Kind::Integer), int_(value) {}
+inline Variant::Variant(int value) noexcept : kind(Kind::Integer), integer(value) {}
+inline Variant::Variant(long value) noexcept : kind(Kind::Integer), integer(value) {}
+inline Variant::Variant(long long value) noexcept : kind(Kind::Integer), integer(value) {}
 // NaN is no value: it is kept as invalid.
-inline Variant::Variant(double value) noexcept : kind_(Kind::Real), real_(value) {
+inline Variant::Variant(double value) noexcept : kind(Kind::Real), real(value) {
   if (value != value) {
-    kind_ = Kind::Invalid;
-    int_ = 0;
+    kind = Kind::Invalid;
+    integer = 0;
   }
 }
 
 inline void Variant::CopyNumber(const Variant& other) noexcept {
-  if (other.kind_ == Kind::Real) {
-    real_ = other.real_;
+  if (other.kind == Kind::Real) {
+    real = other.real;
   } else {
-    int_ = other.int_;
+    integer = other.integer;
   }
 }
 
 inline Variant& Variant::operator=(const Variant& other) {
-  kind_ = other.kind_;
+  kind = other.kind;
   CopyNumber(other);
   // Numbers never carry text: skip the string copy unless either side has some.
-  if (!text_.empty() || !other.text_.empty()) text_ = other.text_;
+  if (!text.empty() || !other.text.empty()) text = other.text;
   return *this;
 }
 
 inline Variant& Variant::operator=(Variant&& other) noexcept {
-  kind_ = other.kind_;
+  kind = other.kind;
   CopyNumber(other);
-  if (!text_.empty() || !other.text_.empty()) text_ = std::move(other.text_);
+  if (!text.empty() || !other.text.empty()) text = std::move(other.text);
   return *this;
 }
 

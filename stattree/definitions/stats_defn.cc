@@ -81,8 +81,7 @@ void StatsDefn::DeleteDataMembers() {
     subsetCriteria = &alwaysPass;
     subsetFields.clear();
   }
-  delete enumCriteriaSet;
-  enumCriteriaSet = nullptr;
+  enumCriteriaSet.reset();
 }
 
 void StatsDefn::CopyDataMembers(const StatsDefn& other) {
@@ -113,7 +112,7 @@ void StatsDefn::CopyDataMembers(const StatsDefn& other) {
   groupingCriteria = grouping ? grouping.release() : &alwaysPass;
   subsetFields = std::move(subsetFieldsCopy);
   subsetCriteria = subset ? subset.release() : &alwaysPass;
-  enumCriteriaSet = set.release();
+  enumCriteriaSet = std::move(set);
 }
 
 void StatsDefn::GetField(Field& out) const {

@@ -26,6 +26,7 @@
 #ifndef STATTREE_DEFINITIONS_STATS_DEFN_H_
 #define STATTREE_DEFINITIONS_STATS_DEFN_H_
 
+#include <memory>
 #include <ostream>
 #include <set>
 #include <string>
@@ -89,7 +90,7 @@ class STATTREE_EXPORT StatsDefn {
   Criteria* GetGroupingCriteria() const { return groupingCriteria; }
   Criteria* GetSubsetCriteria() const { return subsetCriteria; }
   // Null when there is no enumeration or histogram spec.
-  CriteriaSet* GetEnumCriteriaSet() const { return enumCriteriaSet; }
+  CriteriaSet* GetEnumCriteriaSet() const { return enumCriteriaSet.get(); }
 
   int GetGroupingFieldCount();
   int GetSubsetFieldCount();
@@ -151,7 +152,7 @@ class STATTREE_EXPORT StatsDefn {
   std::string subsetName;
   std::vector<SubsetFieldValPair> subsetFields;
   Criteria* subsetCriteria = &alwaysPass;  // owned unless &alwaysPass
-  CriteriaSet* enumCriteriaSet = nullptr;  // owned
+  std::unique_ptr<CriteriaSet> enumCriteriaSet;
   AlwaysPassCriteria alwaysPass;
 };
 

@@ -102,7 +102,7 @@ bool StatsDefn::CreateEnumSpec(const std::vector<std::string>& values) {
   try {
     auto set = std::make_unique<CriteriaSet>();
     if (!set->CreateEnum(values, field.colNum)) return DumpLocation(kLocEnumListRefused);
-    enumCriteriaSet = set.release();
+    enumCriteriaSet = std::move(set);
     return true;
   } catch (const std::bad_alloc&) {
     return OutOfMemoryError(kLocEnumListOutOfMemory);
@@ -116,7 +116,7 @@ bool StatsDefn::CreateEnumSpec(const std::set<std::string>& values) {
   try {
     auto set = std::make_unique<CriteriaSet>();
     if (!set->CreateEnum(values, field.colNum)) return DumpLocation(kLocEnumSetRefused);
-    enumCriteriaSet = set.release();
+    enumCriteriaSet = std::move(set);
     return true;
   } catch (const std::bad_alloc&) {
     return OutOfMemoryError(kLocEnumSetOutOfMemory);
@@ -131,7 +131,7 @@ bool StatsDefn::CreateHistogramSpec(std::vector<Variant>& edges, HistogramBinLog
     if (!set->CreateHistogram(edges, logic, field.colNum)) {
       return DumpLocation(kLocHistogramEdgesRefused);
     }
-    enumCriteriaSet = set.release();
+    enumCriteriaSet = std::move(set);
     return true;
   } catch (const std::bad_alloc&) {
     return OutOfMemoryError(kLocHistogramEdgesOutOfMemory);
@@ -148,7 +148,7 @@ bool StatsDefn::CreateHistogramSpec(Variant lowEdge, Variant binWidth, int binCo
     if (!set->CreateHistogram(lowEdge, binWidth, binCount, field.colNum)) {
       return DumpLocation(kLocHistogramRangeRefused);
     }
-    enumCriteriaSet = set.release();
+    enumCriteriaSet = std::move(set);
     return true;
   } catch (const std::bad_alloc&) {
     return OutOfMemoryError(kLocHistogramRangeOutOfMemory);

@@ -73,15 +73,6 @@ constexpr std::string_view kMagic = "STPR";
 constexpr std::uint32_t kFormatVersion = 1;
 constexpr std::size_t kHeaderSize = 4 + 4 + 8 + 8;
 
-std::uint64_t Fnv1a(std::string_view bytes) {
-  std::uint64_t hash = 14695981039346656037ULL;
-  for (const char c : bytes) {
-    hash ^= static_cast<unsigned char>(c);
-    hash *= 1099511628211ULL;
-  }
-  return hash;
-}
-
 // Restores the run's finalizing whatever way the run ends.
 class KeepUnfinalized {
  public:
@@ -189,11 +180,11 @@ bool Stats::SaveResults(std::string& out) const {
   writer.U32(kFormatVersion);
   writer.U64(0);
   writer.U64(0);
-  writer.U64(Fnv1a(ConfigurationText()));
+  writer.U64(BinaryWriter::Checksum(ConfigurationText()));
   SaveNode(root, writer);
   const std::string_view payload = std::string_view(bytes).substr(kHeaderSize);
   writer.PatchU64(8, payload.size());
-  writer.PatchU64(16, Fnv1a(payload));
+  writer.PatchU64(16, BinaryWriter::Checksum(payload));
   out.swap(bytes);
   return true;
 }
@@ -230,11 +221,12 @@ bool Stats::MergeResults(const std::string& in) {
     return MergeError(kCorruptCode, kLocLoadInput);
   }
   const std::string_view payload = std::string_view(in).substr(kHeaderSize);
-  if (Fnv1a(payload) != checksum) return MergeError(kCorruptCode, kLocLoadInput);
+  if (BinaryWriter::Checksum(payload) != checksum) return MergeError(kCorruptCode, kLocLoadInput);
   BinaryReader reader(payload);
   std::uint64_t digest = 0;
   if (!reader.U64(digest)) return MergeError(kCorruptCode, kLocLoadInput);
-  if (digest != Fnv1a(ConfigurationText())) return MergeError(kForeignCode, kLocLoadInput);
+  if (digest != BinaryWriter::Checksum(ConfigurationText()))
+    return MergeError(kForeignCode, kLocLoadInput);
   try {
     // Read completely into a tree of its own first: bad input changes nothing.
     TreeNode loaded;

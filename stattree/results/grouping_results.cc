@@ -21,8 +21,8 @@ namespace stattree {
 namespace {
 
 constexpr int kLocConfigureTotals = 10895;  // below the band, kept as it is
-constexpr int kErrBadIndex = 10940;
-constexpr int kErrNullCriteria = 10970;
+constexpr int kBadIndexCode = 10940;
+constexpr int kNullCriteriaCode = 10970;
 constexpr int kLocConfigurePrototype = 10980;
 constexpr int kLocAddDefnPrototype = 10990;
 constexpr int kLocAddDefnTotals = 10995;
@@ -152,7 +152,7 @@ bool GroupingResults::FeedSets(std::size_t position, const StatsRecord& record, 
 bool GroupingResults::ConfigureCriteria(Criteria* groupingCriteria,
                                         AlwaysPassCriteria* totalsCriteria) {
   if (groupingCriteria == nullptr || totalsCriteria == nullptr) {
-    return SetErrorCode(kErrNullCriteria);
+    return SetErrorCode(kNullCriteriaCode);
   }
   if (!OwnPrototype().ConfigureCriteria(groupingCriteria)) {
     return DumpLocation(kLocConfigurePrototype);
@@ -315,7 +315,7 @@ const StatsSet* GroupingResults::GetGroupingStatsSet(int index) const {
   // the unfed prototype, so an empty node still reports zero counts.
   if (index == 0 && groupings.empty()) return prototype.get();
   if (index < 0 || static_cast<size_t>(index) >= groupings.size()) {
-    SetErrorCode(kErrBadIndex);
+    SetErrorCode(kBadIndexCode);
     return nullptr;
   }
   return &groupings[static_cast<size_t>(index)];

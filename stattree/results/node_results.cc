@@ -9,7 +9,7 @@ namespace stattree {
 
 namespace {
 
-constexpr int kErrNoSubsetCriteria = 11030;
+constexpr int kNoSubsetCriteriaCode = 11030;
 constexpr int kLocNewSubsetDefn = 11040;
 constexpr int kLocKnownSubsetDefn = 11050;
 constexpr int kLocSubsetRecord = 11060;
@@ -39,7 +39,7 @@ bool NodeResults::AddNewStatsDefn(const StatsDefn& defn) {
   }
   SubsetResults subset;
   Criteria* subsetCriteria = defn.GetSubsetCriteria();
-  if (subsetCriteria == nullptr) return SetErrorCode(kErrNoSubsetCriteria);
+  if (subsetCriteria == nullptr) return SetErrorCode(kNoSubsetCriteriaCode);
   subset.ConfigureCriteria(subsetCriteria);
   if (!subset.AddNewStatsDefn(defn)) return DumpLocation(kLocNewSubsetDefn);
   subsets.emplace(name, subset);

@@ -44,17 +44,17 @@ struct StatsSet::NameTable {
 namespace {
 
 constexpr int kLocAddDefnErrorSet = 11225;
-constexpr int kErrNewResultFailed = 11226;
-constexpr int kErrNullCriteria = 11230;
-constexpr int kErrSetValuesUnconfigured = 11240;
+constexpr int kNewResultFailedCode = 11226;
+constexpr int kNullCriteriaCode = 11230;
+constexpr int kSetValuesUnconfiguredCode = 11240;
 constexpr int kLocSetValues = 11250;
-constexpr int kErrMeetsUnconfigured = 11260;
+constexpr int kMeetsUnconfiguredCode = 11260;
 constexpr int kLocMeets = 11270;
 constexpr int kLocProcessResult = 11290;
 constexpr int kLocGetResultValue = 11300;
 constexpr int kLocGetResultLookup = 11310;
-constexpr int kErrUnknownStatsName = 11320;
-constexpr int kErrTextUnconfigured = 11340;
+constexpr int kUnknownStatsNameCode = 11320;
+constexpr int kTextUnconfiguredCode = 11340;
 constexpr int kLocText = 11350;
 
 constexpr const char* kIndent = "            ";
@@ -173,7 +173,7 @@ bool StatsSet::AddNewStatsDefn(const StatsDefn& defn) {
   // Kept before the null test: an error left set by an earlier call fails
   // here too.
   if (IsErrorSet()) return DumpLocation(kLocAddDefnErrorSet);
-  if (result == nullptr) return SetErrorCode(kErrNewResultFailed);
+  if (result == nullptr) return SetErrorCode(kNewResultFailedCode);
   if (result->IsEnum()) {
     auto* enumResult = dynamic_cast<EnumResult*>(result.get());
     if (enumResult != nullptr) enumResult->ConfigureCriteriaSet(defn.GetEnumCriteriaSet());
@@ -193,19 +193,19 @@ bool StatsSet::AddNewStatsDefn(const StatsDefn& defn) {
 }
 
 bool StatsSet::ConfigureCriteria(Criteria* criteria) {
-  if (criteria == nullptr) return SetErrorCode(kErrNullCriteria);
+  if (criteria == nullptr) return SetErrorCode(kNullCriteriaCode);
   groupingCriteria.reset(criteria->Clone());
   return groupingCriteria != nullptr;
 }
 
 bool StatsSet::SetGroupingValues(const StatsRecord& record) {
-  if (groupingCriteria == nullptr) return SetErrorCode(kErrSetValuesUnconfigured);
+  if (groupingCriteria == nullptr) return SetErrorCode(kSetValuesUnconfiguredCode);
   if (!groupingCriteria->SetValuesFromRecord(record)) return DumpLocation(kLocSetValues);
   return true;
 }
 
 bool StatsSet::RecordMeetsCriteria(const StatsRecord& record) {
-  if (groupingCriteria == nullptr) return SetErrorCode(kErrMeetsUnconfigured);
+  if (groupingCriteria == nullptr) return SetErrorCode(kMeetsUnconfiguredCode);
   if (groupingCriteria->RecordMeetsCriteria(record)) return true;
   if (IsErrorSet()) return DumpLocation(kLocMeets);
   return false;
@@ -237,7 +237,7 @@ void StatsSet::Finalize() {
 
 StatsResult* StatsSet::GetStatsResult(const std::string& name) const {
   StatsResult* result = Find(name);
-  if (result == nullptr) SetErrorCode(kErrUnknownStatsName);
+  if (result == nullptr) SetErrorCode(kUnknownStatsNameCode);
   return result;
 }
 
@@ -249,7 +249,7 @@ bool StatsSet::GetResult(Variant& value, const std::string& name) const {
 }
 
 bool StatsSet::GetCriteriaText(std::vector<std::string>& texts) const {
-  if (groupingCriteria == nullptr) return SetErrorCode(kErrTextUnconfigured);
+  if (groupingCriteria == nullptr) return SetErrorCode(kTextUnconfiguredCode);
   texts.clear();
   for (int index = 0; index < groupingCriteria->GetCriteriaCount(); ++index) {
     std::string text;

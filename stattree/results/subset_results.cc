@@ -16,12 +16,12 @@ namespace stattree {
 
 namespace {
 
-constexpr int kErrNullCriteria = 11160;
+constexpr int kNullCriteriaCode = 11160;
 constexpr int kLocNoGroupingCriteria = 11170;
 constexpr int kLocNewGroupingCriteria = 11180;
 constexpr int kLocNewGroupingDefn = 11190;
 constexpr int kLocKnownGroupingDefn = 11200;
-constexpr int kErrUnconfigured = 11210;
+constexpr int kUnconfiguredCode = 11210;
 constexpr int kLocGroupingRecord = 11220;
 
 }  // namespace
@@ -46,7 +46,7 @@ void SubsetResults::CopyDataMembers(const SubsetResults& other) {
 }
 
 bool SubsetResults::ConfigureCriteria(Criteria* criteria) {
-  if (criteria == nullptr) return SetErrorCode(kErrNullCriteria);
+  if (criteria == nullptr) return SetErrorCode(kNullCriteriaCode);
   subsetCriteria = criteria;
   ownCriteria.reset();
   return true;
@@ -72,7 +72,7 @@ bool SubsetResults::AddNewStatsDefn(const StatsDefn& defn) {
 }
 
 bool SubsetResults::ProcessRecord(const StatsRecord& record) {
-  if (subsetCriteria == nullptr) return SetErrorCode(kErrUnconfigured);
+  if (subsetCriteria == nullptr) return SetErrorCode(kUnconfiguredCode);
   // A failed test counts as a record outside the subset; its error stays
   // set for the caller's checks.
   if (!MeetsSubset(record)) return true;

@@ -16,13 +16,13 @@ namespace stattree {
 
 namespace {
 
-constexpr int kErrRootCriteriaExists = 11070;
-constexpr int kErrCriteriaExists = 11080;
+constexpr int kRootCriteriaExistsCode = 11070;
+constexpr int kCriteriaExistsCode = 11080;
 constexpr int kLocCriteriaValue = 11100;
 constexpr int kLocResultsRecord = 11110;
-constexpr int kErrNullRecord = 11120;
+constexpr int kNullRecordCode = 11120;
 constexpr int kLocChildTest = 11130;
-constexpr int kErrChildIndex = 11140;
+constexpr int kChildIndexCode = 11140;
 constexpr int kLocNameText = 11150;
 constexpr int kLocEmptyName = 11152;
 
@@ -82,7 +82,7 @@ TreeNode::TreeNode(const TreeNode& other) : TreeNode() { CopyDataMembers(other);
 
 // Nothing to bump: a node goes only with its whole tree, or through its
 // parent's DeleteDataMembers or CopyDataMembers, which bump.
-TreeNode::~TreeNode() { delete criteria; }
+TreeNode::~TreeNode() = default;
 
 void TreeNode::operator=(const TreeNode& other) {  // NOLINT(misc-unconventional-assign-operator)
   // CopyDataMembers replaces every member and reads `other` completely
@@ -101,8 +101,7 @@ void TreeNode::CopyDataMembers(const TreeNode& other) {
   for (const auto& child : other.children)
     newChildren.push_back(std::make_unique<TreeNode>(*child));
 
-  delete criteria;
-  criteria = newCriteria.release();
+  criteria = std::move(newCriteria);
   results = other.results;
   field = other.field;
   parent = other.parent;
@@ -117,8 +116,7 @@ void TreeNode::CopyDataMembers(const TreeNode& other) {
 
 void TreeNode::DeleteDataMembers() {
   CriteriaMayChange();
-  delete criteria;
-  criteria = nullptr;
+  criteria.reset();
   childIndex.reset();
   children.clear();
   results.ClearResults();
@@ -128,22 +126,22 @@ void TreeNode::DeleteDataMembers() {
 }
 
 bool TreeNode::CreateCriteriaForAllRecords() {
-  if (criteria != nullptr) return SetErrorCode(kErrRootCriteriaExists);
+  if (criteria != nullptr) return SetErrorCode(kRootCriteriaExistsCode);
   CriteriaMayChange();
-  criteria = new AlwaysPassCriteria();
+  criteria = std::make_unique<AlwaysPassCriteria>();
   TreeChanged();
   return true;
 }
 
 bool TreeNode::CreateCriteria(int colNum, const StatsRecord& record) {
-  if (criteria != nullptr) return SetErrorCode(kErrCriteriaExists);
+  if (criteria != nullptr) return SetErrorCode(kCriteriaExistsCode);
   auto single = std::make_unique<SingleCriteria>();
   CriteriaTerm term;
   term.column = colNum;
   term.op = Equal;
   single->AddNewCriteria(term);  // its answer is not needed: the value read below fails too
   CriteriaMayChange();
-  criteria = single.release();
+  criteria = std::move(single);
   // The criteria stays attached when it cannot take the record's value.
   const bool valued = criteria->SetValuesFromRecord(record);
   // After the read: a host's call made during it may have cached the
@@ -162,7 +160,7 @@ Criteria* TreeNode::GetCriteria() const {
   // The caller may change the node's value through it.
   TreeChanged();
   CriteriaMayChange();
-  return criteria;
+  return criteria.get();
 }
 
 void TreeNode::CriteriaMayChange() const {
@@ -197,7 +195,7 @@ bool TreeNode::GetField(Field& out) const {
 
 bool TreeNode::ProcessRecord(const StatsRecord* record) {
   if (record == nullptr) {
-    SetErrorCode(kErrNullRecord);
+    SetErrorCode(kNullRecordCode);
     return DumpLocation(kLocResultsRecord);
   }
   if (!results.ProcessRecord(*record)) return DumpLocation(kLocResultsRecord);
@@ -230,7 +228,7 @@ TreeNode* TreeNode::GetParent() {
 }
 
 bool TreeNode::CreateChild(TreeNode*& child, bool& created, const StatsRecord* record) {
-  if (record == nullptr) return SetErrorCode(kErrNullRecord);
+  if (record == nullptr) return SetErrorCode(kNullRecordCode);
   std::size_t position = 0;
   bool found = false;
   if (FindScannedChild(position, found, *record) || FindIndexedChild(position, found, *record)) {
@@ -242,7 +240,7 @@ bool TreeNode::CreateChild(TreeNode*& child, bool& created, const StatsRecord* r
   } else {
     // The reference walk: the index, where it decides, answers the same.
     for (auto& candidate : children) {
-      Criteria* test = candidate->criteria;
+      Criteria* test = candidate->criteria.get();
       if (test == nullptr) continue;
       if (test->RecordMeetsCriteria(*record)) {
         child = candidate.get();
@@ -273,7 +271,7 @@ bool TreeNode::FindScannedChild(std::size_t& position, bool& found,
   return ScanByValue(
       *cache, children.size(),
       [this](std::size_t i, const CriteriaTerm*& term) {
-        const Criteria* test = children[i]->criteria;
+        const Criteria* test = children[i]->criteria.get();
         if (test == nullptr) return true;
         term = KeyTermOf(*test, -1);
         return term != nullptr;
@@ -401,7 +399,7 @@ bool TreeNode::GetChild(TreeNode*& child, int index) {
       if (FindIthChild(child, counter, index)) return true;
     }
   }
-  return SetErrorCode(kErrChildIndex);
+  return SetErrorCode(kChildIndexCode);
 }
 
 int TreeNode::GetChildCount() {

@@ -154,7 +154,7 @@ class STATTREE_EXPORT TreeNode {
   // This node and its descendants share `treeClock` from now on.
   void JoinTree(const std::shared_ptr<TreeClock>& treeClock);
 
-  Criteria* criteria = nullptr;  // owned
+  std::unique_ptr<Criteria> criteria;
   NodeResults results;
   Field field;
   TreeNode* parent = nullptr;  // not owned

@@ -39,10 +39,6 @@ constexpr const char* kResultLine = "            Result    :\r\n";
 constexpr const char* kNoSetLine = "            Error: There is no CriteriaSet!!\r\n";
 constexpr const char* kBinIndent = "                ";
 
-void AddOne(int& count) {
-  if (count < INT_MAX) ++count;
-}
-
 }  // namespace
 
 const std::string EnumResult::sNotAvailableText = "N/A";
@@ -60,11 +56,7 @@ EnumResult& EnumResult::operator=(const EnumResult& other) {
   return *this;
 }
 
-StatsResult* EnumResult::Clone() {
-  auto copy = std::make_unique<EnumResult>(column);
-  *copy = *this;
-  return copy.release();
-}
+StatsResult* EnumResult::Clone() { return CloneOf(*this); }
 
 bool EnumResult::ProcessRecord(const StatsRecord& record) {
   if (criteriaSet == nullptr) return CriteriaConfigError(kLocProcessNoSet);
@@ -94,18 +86,23 @@ bool EnumResult::GetResult(Variant& value) {
   return true;
 }
 
-void EnumResult::DumpObject(std::ostream& os) {
+template <typename WriteBin>
+void EnumResult::DumpBins(std::ostream& os, WriteBin&& writeBin) {
   if (criteriaSet == nullptr) {
     os << kNoSetLine;
     return;
   }
   os << kResultLine;
   const int binCount = GetEnumValueCount();
-  for (int i = 0; i < binCount; ++i) {
+  for (int i = 0; i < binCount; ++i) writeBin(i);
+}
+
+void EnumResult::DumpObject(std::ostream& os) {
+  DumpBins(os, [&](int i) {
     criteriaSet->DumpCriteriaValue(os, kBinIndent, i);
     // std::to_string: the host's stream may group digits.
     os << " : Count=" << std::to_string(static_cast<int>(counters[i])) << "\r\n";
-  }
+  });
 }
 
 bool EnumResult::GetEnumResult(Variant& value, int index) {
@@ -219,11 +216,7 @@ EnumPercentResult& EnumPercentResult::operator=(const EnumPercentResult& other) 
   return *this;
 }
 
-StatsResult* EnumPercentResult::Clone() {
-  auto copy = std::make_unique<EnumPercentResult>(column);
-  *copy = *this;
-  return copy.release();
-}
+StatsResult* EnumPercentResult::Clone() { return CloneOf(*this); }
 
 bool EnumPercentResult::ProcessRecord(const StatsRecord& record) {
   if (!EnumResult::ProcessRecord(record)) return DumpLocation(kLocPercentProcess);
@@ -242,13 +235,7 @@ void EnumPercentResult::Finalize() {
 }
 
 void EnumPercentResult::DumpObject(std::ostream& os) {
-  if (criteriaSet == nullptr) {
-    os << kNoSetLine;
-    return;
-  }
-  os << kResultLine;
-  const int binCount = GetEnumValueCount();
-  for (int i = 0; i < binCount; ++i) {
+  DumpBins(os, [&](int i) {
     criteriaSet->DumpCriteria(os, kBinIndent, i);
     // As "%0.2f" in the C locale whatever the host's locale. Wide enough
     // for any float (at most 39 integer digits).
@@ -259,7 +246,7 @@ void EnumPercentResult::DumpObject(std::ostream& os) {
     (void)ec;  // cannot fail: the buffer fits any float
     os << " : Percent = " << std::string_view(percent, static_cast<size_t>(end - percent))
        << "%\r\n";
-  }
+  });
 }
 
 bool EnumPercentResult::GetEnumResult(Variant& value, int index) {

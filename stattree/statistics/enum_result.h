@@ -104,6 +104,10 @@ class EnumResult : public StatsResult {
 
  protected:
   friend class ResultState;
+  // The dump's frame both kinds share; `writeBin(i)` writes bin i's line.
+  template <typename WriteBin>
+  void DumpBins(std::ostream& os, WriteBin&& writeBin);
+
   CriteriaSet* criteriaSet = nullptr;   // borrowed, or ownSet's
   std::shared_ptr<CriteriaSet> ownSet;  // once the definitions may be gone
   // One per bin in the set's order; EnumPercentResult keeps percentages

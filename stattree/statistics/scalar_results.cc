@@ -20,20 +20,7 @@ constexpr int kLocStdDevRead = 11410;
 
 constexpr const char* kResultLabel = "            Result    : ";
 
-void AddOne(int& count) {
-  if (count < INT_MAX) ++count;
-}
-
 bool IsUsable(const Variant& value) { return value.IsValid() && !value.IsEmpty(); }
-
-// Clone is a fresh object of the class given the source's state by its
-// assignment.
-template <typename Result>
-StatsResult* CloneOf(const Result& source, int column) {
-  auto copy = std::make_unique<Result>(column);
-  *copy = source;
-  return copy.release();
-}
 
 }  // namespace
 
@@ -47,7 +34,7 @@ CountResult& CountResult::operator=(const CountResult& other) {
   return *this;
 }
 
-StatsResult* CountResult::Clone() { return CloneOf(*this, column); }
+StatsResult* CountResult::Clone() { return CloneOf(*this); }
 
 bool CountResult::ProcessRecord(const StatsRecord& /*record*/) {
   AddOne(count);
@@ -72,7 +59,7 @@ CountValidResult& CountValidResult::operator=(const CountValidResult& other) {
   return *this;
 }
 
-StatsResult* CountValidResult::Clone() { return CloneOf(*this, column); }
+StatsResult* CountValidResult::Clone() { return CloneOf(*this); }
 
 bool CountValidResult::ProcessRecord(const StatsRecord& record) {
   Variant scratch;
@@ -99,7 +86,7 @@ MinResult& MinResult::operator=(const MinResult& other) {
   return *this;
 }
 
-StatsResult* MinResult::Clone() { return CloneOf(*this, column); }
+StatsResult* MinResult::Clone() { return CloneOf(*this); }
 
 bool MinResult::ProcessRecord(const StatsRecord& record) {
   Variant scratch;
@@ -128,7 +115,7 @@ MaxResult& MaxResult::operator=(const MaxResult& other) {
   return *this;
 }
 
-StatsResult* MaxResult::Clone() { return CloneOf(*this, column); }
+StatsResult* MaxResult::Clone() { return CloneOf(*this); }
 
 bool MaxResult::ProcessRecord(const StatsRecord& record) {
   Variant scratch;
@@ -155,7 +142,7 @@ SumResult& SumResult::operator=(const SumResult& other) {
   return *this;
 }
 
-StatsResult* SumResult::Clone() { return CloneOf(*this, column); }
+StatsResult* SumResult::Clone() { return CloneOf(*this); }
 
 bool SumResult::ProcessRecord(const StatsRecord& record) {
   Variant scratch;
@@ -186,7 +173,7 @@ AverageResult& AverageResult::operator=(const AverageResult& other) {
   return *this;
 }
 
-StatsResult* AverageResult::Clone() { return CloneOf(*this, column); }
+StatsResult* AverageResult::Clone() { return CloneOf(*this); }
 
 bool AverageResult::ProcessRecord(const StatsRecord& record) {
   Variant scratch;
@@ -223,7 +210,7 @@ StdDevResult& StdDevResult::operator=(const StdDevResult& other) {
   return *this;
 }
 
-StatsResult* StdDevResult::Clone() { return CloneOf(*this, column); }
+StatsResult* StdDevResult::Clone() { return CloneOf(*this); }
 
 bool StdDevResult::ProcessRecord(const StatsRecord& record) {
   Variant scratch;

@@ -21,6 +21,8 @@
 #ifndef STATTREE_STATISTICS_STATS_RESULT_H_
 #define STATTREE_STATISTICS_STATS_RESULT_H_
 
+#include <climits>
+#include <memory>
 #include <ostream>
 #include <utility>
 #include <vector>
@@ -85,6 +87,20 @@ class StatsResult {
 
   // The statistic-side record error report; null.
   static const Variant* ReadFailed(const StatsRecord& record, int location);
+
+  // What every Clone does: a fresh accumulator of the source's class, given
+  // its state by that class's assignment.
+  template <typename Result>
+  static StatsResult* CloneOf(const Result& source) {
+    auto copy = std::make_unique<Result>(source.column);
+    *copy = source;
+    return copy.release();
+  }
+
+  // Counts stop at the largest int rather than wrap.
+  static void AddOne(int& count) {
+    if (count < INT_MAX) ++count;
+  }
 
   // Column handed to StatsRecord::GetValue; -1 is passed on unchecked.
   int column;

@@ -7,27 +7,27 @@ namespace cli {
 
 std::string RangeResult::Pack() const {
   BytePacker packer;
-  packer.PutInt(static_cast<long long>(status));
-  packer.PutString(message);
-  packer.PutInt(records);
-  packer.PutInt(skippedRows);
-  packer.PutInt(nodes);
-  packer.PutString(warnings);
-  packer.PutString(engine);
+  packer.PutSigned(static_cast<long long>(status));
+  packer.PutText(message);
+  packer.PutSigned(records);
+  packer.PutSigned(skippedRows);
+  packer.PutSigned(nodes);
+  packer.PutText(warnings);
+  packer.PutText(engine);
   return packer.Bytes();
 }
 
 bool RangeResult::Unpack(const std::string& bytes) {
   ByteUnpacker unpacker(bytes);
   long long code = 0;
-  if (!unpacker.GetInt(code) || code < static_cast<long long>(Status::Ok) ||
+  if (!unpacker.GetSigned(code) || code < static_cast<long long>(Status::Ok) ||
       code > static_cast<long long>(Status::Cancelled)) {
     return false;
   }
   status = static_cast<Status>(code);
-  return unpacker.GetString(message) && unpacker.GetInt(records) && unpacker.GetInt(skippedRows) &&
-         unpacker.GetInt(nodes) && unpacker.GetString(warnings) && unpacker.GetString(engine) &&
-         unpacker.AtEnd();
+  return unpacker.GetText(message) && unpacker.GetSigned(records) &&
+         unpacker.GetSigned(skippedRows) && unpacker.GetSigned(nodes) &&
+         unpacker.GetText(warnings) && unpacker.GetText(engine) && unpacker.AtEnd();
 }
 
 }  // namespace cli

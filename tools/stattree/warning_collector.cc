@@ -1,6 +1,8 @@
 #include "tools/stattree/warning_collector.h"
 
 #include <cmath>
+#include <cstdint>
+#include <utility>
 
 #include "tools/stattree/byte_pack.h"
 #include "tools/stattree/join.h"
@@ -96,83 +98,10 @@ void WarningCollector::Watch(ColumnAudit& audit, const Variant& value, const std
     } else if (!w.otherForm && value.ToDouble() == w.number) {
       w.otherForm = true;
       w.example = cell;
-      w.exampleValue = value;
+      w.exampleReadAs = value.IsText() ? std::string("text") : value.ToString();
       w.exampleLine = line;
     }
   }
-}
-
-std::string WarningCollector::SaveState() const {
-  BytePacker packer;
-  packer.PutInt(static_cast<long long>(columns_.size()));
-  for (const ColumnAudit& audit : columns_) {
-    packer.PutInt(audit.textCells);
-    packer.PutString(audit.textExample);
-    packer.PutInt(audit.textLine);
-    packer.PutInt(static_cast<long long>(audit.watches.size()));
-    for (const ValueWatch& w : audit.watches) {
-      packer.PutBool(w.matched);
-      packer.PutBool(w.otherForm);
-      packer.PutString(w.example);
-      packer.PutVariant(w.exampleValue);
-      packer.PutInt(w.exampleLine);
-    }
-  }
-  return packer.Bytes();
-}
-
-bool WarningCollector::MergeState(const std::string& state, long long lineShift) {
-  // Read whole before anything changes, so that a bad state changes nothing.
-  std::vector<ColumnAudit> later(columns_.size());
-  ByteUnpacker unpacker(state);
-  long long columns = 0;
-  if (!unpacker.GetInt(columns) || columns != static_cast<long long>(columns_.size())) {
-    return false;
-  }
-  for (std::size_t c = 0; c < later.size(); ++c) {
-    ColumnAudit& audit = later[c];
-    long long watches = 0;
-    if (!unpacker.GetInt(audit.textCells) || !unpacker.GetString(audit.textExample) ||
-        !unpacker.GetInt(audit.textLine) || !unpacker.GetInt(watches) ||
-        watches != static_cast<long long>(columns_[c].watches.size())) {
-      return false;
-    }
-    audit.watches.resize(static_cast<std::size_t>(watches));
-    for (ValueWatch& w : audit.watches) {
-      if (!unpacker.GetBool(w.matched) || !unpacker.GetBool(w.otherForm) ||
-          !unpacker.GetString(w.example) || !unpacker.GetVariant(w.exampleValue) ||
-          !unpacker.GetInt(w.exampleLine)) {
-        return false;
-      }
-    }
-  }
-  if (!unpacker.AtEnd()) return false;
-  for (std::size_t c = 0; c < later.size(); ++c) {
-    ColumnAudit& audit = columns_[c];
-    const ColumnAudit& next = later[c];
-    if (audit.textCells == 0 && next.textCells > 0) {
-      audit.textExample = next.textExample;
-      audit.textLine = next.textLine + lineShift;
-    }
-    audit.textCells += next.textCells;
-    for (std::size_t i = 0; i < audit.watches.size(); ++i) {
-      ValueWatch& w = audit.watches[i];
-      const ValueWatch& n = next.watches[i];
-      // Once matched, the earlier examples no longer matter, as when one
-      // collector stops watching a matched value.
-      if (!w.matched && !w.otherForm && n.otherForm) {
-        w.otherForm = true;
-        w.example = n.example;
-        w.exampleValue = n.exampleValue;
-        w.exampleLine = n.exampleLine + lineShift;
-      }
-      if (!w.matched && n.matched) {
-        w.matched = true;
-        --audit.openWatches;
-      }
-    }
-  }
-  return true;
 }
 
 std::vector<ReportWarning> WarningCollector::Warnings(const NodeReport& root,
@@ -183,8 +112,7 @@ std::vector<ReportWarning> WarningCollector::Warnings(const NodeReport& root,
     if (w == nullptr || w->matched || !w->otherForm) return false;
     text = "the value " + Quoted(value.ToString()) + " matched no record, but the column " +
            column.name + " holds the same number written differently (e.g. line " +
-           std::to_string(w->exampleLine) + ": " + Quoted(w->example) + ", read as " +
-           (w->exampleValue.IsText() ? std::string("text") : w->exampleValue.ToString()) + ")";
+           std::to_string(w->exampleLine) + ": " + Quoted(w->example) + ", read as " + w->exampleReadAs + ")";
     return true;
   };
   std::vector<std::string> subsetsDone;
@@ -239,6 +167,69 @@ std::vector<ReportWarning> WarningCollector::Warnings(const NodeReport& root,
     }
   }
   return warnings;
+}
+
+std::string WarningCollector::SaveState() const {
+  BytePacker out;
+  out.PutNumber(columns_.size());
+  for (const ColumnAudit& audit : columns_) {
+    out.PutSigned(audit.textCells);
+    out.PutText(audit.textExample);
+    out.PutSigned(audit.textLine);
+    out.PutNumber(audit.watches.size());
+    for (const ValueWatch& w : audit.watches) {
+      out.PutNumber((w.matched ? 1U : 0U) | (w.otherForm ? 2U : 0U));
+      out.PutText(w.example);
+      out.PutText(w.exampleReadAs);
+      out.PutSigned(w.exampleLine);
+    }
+  }
+  return out.Bytes();
+}
+
+bool WarningCollector::MergeState(const std::string& state, long long lineShift) {
+  // Read whole into a copy first, so that bad bytes change nothing.
+  std::vector<ColumnAudit> merged = columns_;
+  ByteUnpacker in(state);
+  std::uint64_t count = 0;
+  if (!in.GetNumber(count) || count != merged.size()) return false;
+  for (ColumnAudit& audit : merged) {
+    long long cells = 0;
+    std::string example;
+    long long line = 0;
+    std::uint64_t watches = 0;
+    if (!in.GetSigned(cells) || !in.GetText(example) || !in.GetSigned(line) ||
+        !in.GetNumber(watches) || cells < 0 || watches != audit.watches.size()) {
+      return false;
+    }
+    if (audit.textCells == 0 && cells > 0) {
+      audit.textExample = std::move(example);
+      audit.textLine = line + lineShift;
+    }
+    audit.textCells += cells;
+    for (ValueWatch& w : audit.watches) {
+      std::uint64_t flags = 0;
+      ValueWatch later;
+      if (!in.GetNumber(flags) || flags > 3 || !in.GetText(later.example) ||
+          !in.GetText(later.exampleReadAs) || !in.GetSigned(later.exampleLine)) {
+        return false;
+      }
+      // The earlier rows' example stands, as it would in one pass.
+      if (!w.otherForm && (flags & 2U) != 0) {
+        w.otherForm = true;
+        w.example = std::move(later.example);
+        w.exampleReadAs = std::move(later.exampleReadAs);
+        w.exampleLine = later.exampleLine + lineShift;
+      }
+      if (!w.matched && (flags & 1U) != 0) {
+        w.matched = true;
+        --audit.openWatches;
+      }
+    }
+  }
+  if (!in.AtEnd()) return false;
+  columns_ = std::move(merged);
+  return true;
 }
 
 }  // namespace cli

@@ -11,9 +11,7 @@
 //   - "subset_matched_nothing": a subset that took no record at all.
 // The collector sees only the columns it audits, one cell at a time, and
 // does no allocation there but for the first example of each finding.
-// Warnings never change a result. Collectors that saw consecutive parts
-// of one input, merged in order, say what one collector over the whole
-// input says. Thread-safety: none.
+// Warnings never change a result. Thread-safety: none.
 #ifndef STATTREE_TOOLS_WARNING_COLLECTOR_H_
 #define STATTREE_TOOLS_WARNING_COLLECTOR_H_
 
@@ -51,12 +49,13 @@ class WarningCollector {
   // job's order.
   std::vector<ReportWarning> Warnings(const NodeReport& root, long long records) const;
 
-  // What the collector has noticed so far, for a collector of the same job
-  // in another process.
+  // The findings so far as bytes, for merging into a collector of the same
+  // job that saw the rows before these.
   std::string SaveState() const;
-  // Takes in a state saved over records that came after this collector's,
-  // their lines shifted by `lineShift`; false, changing nothing, when
-  // `state` is not a state of this job's collector.
+  // Takes in the findings a collector of the same job saved over the rows
+  // right after this one's, its lines being `lineShift` further down: the
+  // findings of one collector over all the rows. False, changing nothing,
+  // for bytes that are not such findings.
   bool MergeState(const std::string& state, long long lineShift);
 
  private:
@@ -67,7 +66,7 @@ class WarningCollector {
     bool matched = false;
     bool otherForm = false;
     std::string example;  // the first cell holding the number otherwise
-    Variant exampleValue;
+    std::string exampleReadAs;  // "text", or that cell's value
     long long exampleLine = 0;
   };
   struct ColumnAudit {
