@@ -84,7 +84,8 @@ def test_missing_cells_are_empty(column, valid, total):
 
 
 def test_sales_example_matches_the_tool(tool_json):
-    expected = tool_json("sales.csv", "sales.json", cwd=EXAMPLES)
+    # One reader: several add their sums in another order.
+    expected = tool_json("sales.csv", "sales.json", "--threads", "1", cwd=EXAMPLES)
     job = stattree.Job.from_file(f"{EXAMPLES}/sales.json")
     by_csv = job.run_csv(f"{EXAMPLES}/sales.csv").to_dict()
     frame = pd.read_csv(f"{EXAMPLES}/sales.csv", float_precision="round_trip")

@@ -14,18 +14,21 @@
 #include "stattree/stattree.h"
 #include "tools/stattree/byte_source.h"
 #include "tools/stattree/csv_reader.h"
+#include "tools/stattree/csv_splitter.h"
 #include "tools/stattree/csv_stats.h"
 #include "tools/stattree/definition_builder.h"
 #include "tools/stattree/job_loader.h"
 #include "tools/stattree/library_error.h"
 #include "tools/stattree/printable_text.h"
 #include "tools/stattree/progress_bar.h"
+#include "tools/stattree/range_result.h"
 #include "tools/stattree/report_collector.h"
 #include "tools/stattree/report_csv.h"
 #include "tools/stattree/report_html.h"
 #include "tools/stattree/report_json.h"
 #include "tools/stattree/report_text.h"
 #include "tools/stattree/warning_collector.h"
+#include "tools/stattree/worker_pool.h"
 
 #ifndef STATTREE_VERSION
 #define STATTREE_VERSION "unknown"
@@ -56,6 +59,11 @@ and one node per distinct value of a tree field under each parent), before
 it takes the machine's memory: a tree field with a million distinct values
 makes a million nodes.
 
+--threads N reads a CSV file in N parts at once, each in its own process,
+and merges them in order: the report is that of --threads 1 but for the
+last digits of sums, averages and deviations. Standard input, and a file
+whose quoting is broken somewhere, are read by one process.
+
 Exit codes: 0 success, 1 bad data or job or too many nodes, 2 usage error,
 130 cancelled.)";
 
@@ -71,7 +79,15 @@ struct Options {
   bool checkOnly = false;
   long long sample = 0;  // check: records read for warnings
   long long maxNodes = App::kDefaultMaxNodes;
+  int threads = 1;
 };
+
+// One worker per online core, within what --threads takes.
+int DefaultThreads() {
+  const long cores = sysconf(_SC_NPROCESSORS_ONLN);
+  if (cores < 1) return 1;
+  return cores > App::kMaxThreads ? App::kMaxThreads : static_cast<int>(cores);
+}
 
 // One run or check, as a sequence of steps; each returns App::kExitOk to go
 // on, or the exit code to stop with.
@@ -107,10 +123,22 @@ class Runner {
   }
   bool Cancelled() const { return cancel_ != nullptr && *cancel_ != 0; }
 
+  // Process's answer when the ranges can't tell the outcome one reader
+  // would give: the input is read again by one reader.
+  static constexpr int kReadAsOne = -1;
+
   int Load();
   int Open();
   int Resolve();
   int Process();
+  bool Split(std::vector<CsvRange>& ranges);
+  int ProcessRanges(const std::vector<CsvRange>& ranges);
+  RangeResult ProcessRange(const CsvRange& range, WorkerPool::Counts& counts);
+  int ProcessStream();
+  // Null when the library refuses the job (its error is left set).
+  std::unique_ptr<CsvStats> NewEngine(CsvReader& reader, CsvRecord& record,
+                                      WarningCollector* warnings);
+  void WarnSkipped() const;
   int Collect(Report& report);
   int Fits();
   int WriteReport(const Report& report);
@@ -133,6 +161,8 @@ class Runner {
   std::unique_ptr<CsvRecord> record_;
   std::unique_ptr<WarningCollector> warnings_;
   std::unique_ptr<CsvStats> stats_;
+  long long records_ = 0;
+  long long skippedRows_ = 0;
 };
 
 int Runner::Run() {
@@ -189,17 +219,191 @@ int Runner::Process() {
     return FailAll(options_.jobPath, errors);
   }
   record_ = std::make_unique<CsvRecord>(header_.size());
-  stats_ = std::make_unique<CsvStats>(reader_, *record_, used_, forceText_);
-  warnings_ = std::make_unique<WarningCollector>(job_, header_.size());
-  stats_->SetWarningCollector(warnings_.get());
-  if (options_.checkOnly) stats_->SetRecordLimit(options_.sample);
+  std::vector<CsvRange> ranges;
+  if (Split(ranges)) {
+    const int code = ProcessRanges(ranges);
+    if (code != kReadAsOne) return code;
+  }
+  return ProcessStream();
+}
+
+std::unique_ptr<CsvStats> Runner::NewEngine(CsvReader& reader, CsvRecord& record,
+                                            WarningCollector* warnings) {
+  auto stats = std::make_unique<CsvStats>(reader, record, used_, forceText_);
+  stats->SetWarningCollector(warnings);
   std::vector<int> treeColumns;
   for (const ColumnRef& ref : job_.tree) treeColumns.push_back(ref.column);
-  stats_->SetNodeLimit(options_.maxNodes, treeColumns);
+  stats->SetNodeLimit(options_.maxNodes, treeColumns);
   Stats::ClearError();
-  if (!stats_->Configure(&definitions_, treeFields_)) {
+  if (!stats->Configure(&definitions_, treeFields_)) return nullptr;
+  return stats;
+}
+
+void Runner::WarnSkipped() const {
+  if (skippedRows_ > 0) {
+    err_ << "stattree: warning: " << dataName_ << ": skipped " << skippedRows_
+         << (skippedRows_ == 1 ? " bad row\n" : " bad rows\n");
+  }
+}
+
+bool Runner::Split(std::vector<CsvRange>& ranges) {
+  // The header reader holds standard input's start; only a named regular
+  // file can be read again.
+  if (options_.checkOnly || options_.threads < 2 || options_.dataPath == "-" ||
+      source_.GetSize() < 0 || Cancelled()) {
+    return false;
+  }
+  FileSource file(cancel_);
+  return file.Open(options_.dataPath) &&
+         CsvSplitter::Split(ranges, file, options_.delimiter[0], options_.threads,
+                            CsvReader::Options().maxCellBytes) &&
+         ranges.size() > 1;
+}
+
+int Runner::ProcessRanges(const std::vector<CsvRange>& ranges) {
+  warnings_ = std::make_unique<WarningCollector>(job_, header_.size());
+  // The engine the ranges merge into; it reads no records itself.
+  stats_ = NewEngine(reader_, *record_, nullptr);
+  if (stats_ == nullptr) {
     return Fail(options_.jobPath, "the library refused the job: " + LibraryError::TakeText());
   }
+  WorkerPool pool;
+  const bool started =
+      pool.Start(ranges.size(), [this, &ranges](std::size_t part, WorkerPool::Counts& counts) {
+        return ProcessRange(ranges[part], counts).Pack();
+      });
+  if (!started) return kReadAsOne;
+
+  ProgressBar progress(stderr, !options_.quiet && isatty(STDERR_FILENO) != 0, cancel_);
+  const long long headerBytes = ranges.front().offset;
+  progress.SetInputSize([&pool, headerBytes] { return headerBytes + pool.GetBytes(); },
+                        source_.GetSize());
+  bool interrupted = false;
+  auto idle = [&] {
+    if (Cancelled() && !interrupted) {
+      interrupted = true;
+      pool.Interrupt();
+    }
+    progress.Show(pool.GetRecords());
+  };
+  auto fail = [&](const std::string& file, const std::string& message) {
+    progress.Clear();
+    return Fail(file, message);
+  };
+  long long records = 0;
+  long long skippedRows = 0;
+  bool cancelled = false;
+  const long long maxNodes = options_.maxNodes;
+  for (std::size_t i = 0; i < ranges.size(); ++i) {
+    std::string bytes;
+    std::string error;
+    if (!pool.Take(bytes, error, i, idle)) return fail(dataName_, "processing failed: " + error);
+    idle();
+    RangeResult result;
+    if (!result.Unpack(bytes)) {
+      return fail(dataName_, "processing failed: worker " + std::to_string(i + 1) +
+                                 " answered in an unknown form");
+    }
+    records += result.records;
+    skippedRows += result.skippedRows;
+    cancelled = cancelled || Cancelled() || result.status == RangeResult::Status::Cancelled;
+    // The rest only adds to the count of records read before the stop.
+    if (cancelled) continue;
+    switch (result.status) {
+      case RangeResult::Status::Ok:
+      case RangeResult::Status::Cancelled:
+        break;
+      case RangeResult::Status::NodeLimit:
+        progress.Clear();
+        return kReadAsOne;
+      case RangeResult::Status::DataError:
+        // One reader would have stopped at the node limit first if the tree
+        // so far may have passed it: only that reader words it exactly.
+        if (maxNodes > 0 && stats_->GetNodeCount() + result.nodes - 1 > maxNodes) {
+          progress.Clear();
+          return kReadAsOne;
+        }
+        return fail(dataName_, result.message);
+      case RangeResult::Status::Failed:
+        return fail(dataName_, result.message);
+    }
+    Stats::ClearError();
+    if (!warnings_->MergeState(result.warnings, 0)) {
+      return fail(dataName_, "processing failed: worker " + std::to_string(i + 1) +
+                                 " sent warnings of another job");
+    }
+    if (!stats_->MergeResults(result.engine)) {
+      return fail(dataName_, "processing failed: " + LibraryError::TakeText());
+    }
+    if (maxNodes > 0 && stats_->GetNodeCount() > maxNodes) {
+      progress.Clear();
+      return kReadAsOne;
+    }
+  }
+  progress.Clear();
+  if (cancelled || Cancelled()) {
+    err_ << "stattree: cancelled after " << records << " records; no report written\n";
+    return App::kExitCancelled;
+  }
+  Stats::ClearError();
+  if (!stats_->Finalize()) return Fail(dataName_, "processing failed: " + LibraryError::TakeText());
+  records_ = records;
+  skippedRows_ = skippedRows;
+  WarnSkipped();
+  return App::kExitOk;
+}
+
+// Runs in a worker process.
+RangeResult Runner::ProcessRange(const CsvRange& range, WorkerPool::Counts& counts) {
+  RangeResult result;
+  result.status = RangeResult::Status::Failed;
+  FileSource source;
+  if (!source.OpenRange(options_.dataPath, range.offset, range.length)) {
+    result.message = "cannot open: " + source.GetError();
+    return result;
+  }
+  CsvReader::Options readerOptions = ReaderOptions(options_);
+  readerOptions.headerCells = static_cast<long long>(header_.size());
+  readerOptions.firstLine = range.firstLine;
+  CsvReader reader(source, readerOptions);
+  CsvRecord record(header_.size());
+  WarningCollector warnings(job_, header_.size());
+  std::unique_ptr<CsvStats> stats = NewEngine(reader, record, &warnings);
+  if (stats == nullptr) {
+    result.message = "processing failed: " + LibraryError::TakeText();
+    return result;
+  }
+  WorkerPool::Progress progress(counts, [&reader] { return reader.GetBytesRead(); });
+  const bool processed = stats->ProcessRecords(&progress, /*finalize=*/false);
+  result.records = stats->GetRecords();
+  result.skippedRows = reader.GetSkippedRows();
+  result.nodes = stats->GetCountedNodes();
+  if (WorkerPool::Interrupted()) {
+    result.status = RangeResult::Status::Cancelled;
+  } else if (!processed && stats->NodeLimitReached()) {
+    result.status = RangeResult::Status::NodeLimit;
+  } else if (!processed && stats->HasDataError()) {
+    result.status = RangeResult::Status::DataError;
+    result.message = stats->GetDataError();
+  } else if (!processed || !stats->SaveResults(result.engine)) {
+    result.message = "processing failed: " + LibraryError::TakeText();
+  } else {
+    result.status = RangeResult::Status::Ok;
+    result.warnings = warnings.SaveState();
+  }
+  return result;
+}
+
+int Runner::ProcessStream() {
+  // A second reading starts afresh; the engine goes first, as it borrows
+  // the definitions.
+  stats_.reset();
+  warnings_ = std::make_unique<WarningCollector>(job_, header_.size());
+  stats_ = NewEngine(reader_, *record_, warnings_.get());
+  if (stats_ == nullptr) {
+    return Fail(options_.jobPath, "the library refused the job: " + LibraryError::TakeText());
+  }
+  if (options_.checkOnly) stats_->SetRecordLimit(options_.sample);
 
   ProgressBar progress(stderr, !options_.quiet && isatty(STDERR_FILENO) != 0, cancel_);
   progress.SetInputSize([this] { return reader_.GetBytesRead(); }, source_.GetSize());
@@ -225,18 +429,17 @@ int Runner::Process() {
     }
     return Fail(dataName_, "processing failed: " + LibraryError::TakeText());
   }
-  if (reader_.GetSkippedRows() > 0) {
-    err_ << "stattree: warning: " << dataName_ << ": skipped " << reader_.GetSkippedRows()
-         << (reader_.GetSkippedRows() == 1 ? " bad row\n" : " bad rows\n");
-  }
+  records_ = stats_->GetRecords();
+  skippedRows_ = reader_.GetSkippedRows();
+  WarnSkipped();
   return App::kExitOk;
 }
 
 int Runner::Collect(Report& report) {
   report.dataName = dataName_;
   report.jobName = options_.jobPath;
-  report.records = stats_->GetRecords();
-  report.skippedRows = reader_.GetSkippedRows();
+  report.records = records_;
+  report.skippedRows = skippedRows_;
   for (const ColumnRef& ref : job_.tree) report.treeFields.push_back(ref.name);
   std::string error;
   if (!ReportCollector::Collect(report.root, error, *stats_, job_, recordCountName_)) {
@@ -294,6 +497,7 @@ bool ParseDelimiter(std::string& delimiter) {
 
 int App::Main(int argc, const char* const* argv) {
   Options options;
+  options.threads = DefaultThreads();
   CLI::App app("stattree: statistics over a CSV file, printed as a results tree.", "stattree");
   app.set_version_flag("--version", std::string("stattree ") + STATTREE_VERSION);
   app.require_subcommand(1);
@@ -328,6 +532,13 @@ int App::Main(int argc, const char* const* argv) {
                       std::to_string(App::kDefaultMaxNodes) + "; 0: no limit)")
       // The library counts its nodes in an int.
       ->check(CLI::Range(0LL, static_cast<long long>(std::numeric_limits<int>::max())))
+      ->option_text("N");
+  run->add_option("--threads", options.threads,
+                  "Read a CSV file in N parts at once, one process each (default: the machine's "
+                  "cores, here " +
+                      std::to_string(options.threads) + "; at most " + std::to_string(kMaxThreads) +
+                      "; standard input is read in one)")
+      ->check(CLI::Range(1, kMaxThreads))
       ->option_text("N");
   CLI::App* check = app.add_subcommand(
       "check", "Check a job against a CSV file's header without processing records");

@@ -2,7 +2,7 @@
 //
 //   stattree run DATA.csv --job JOB.json [--format text|json|csv|html]
 //            [--output FILE] [--delimiter C] [--text COLUMNS] [--skip-bad-rows]
-//            [--quiet] [--max-nodes N]
+//            [--quiet] [--max-nodes N] [--threads N]
 //   stattree check --job JOB.json DATA.csv [--delimiter C] [--text COLUMNS]
 //            [--sample N]
 //   stattree --help | --version
@@ -31,6 +31,9 @@ class App {
   // Some 1-4 GB of tree: past it a job is far more likely a tree field with
   // an identifier's values than a report anyone reads.
   static constexpr long long kDefaultMaxNodes = 1000000;
+  // Each worker is a process with its own copy of the tree; past this many
+  // the merging parent, not the reading, sets the pace.
+  static constexpr int kMaxThreads = 64;
 
   // `cancel` is raised by the SIGINT handler; borrowed.
   App(std::ostream& out, std::ostream& err, const volatile std::sig_atomic_t* cancel)

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <string>
 
 namespace stattree {
 namespace cli {
@@ -38,14 +39,31 @@ bool FileSource::Open(const std::string& path) {
   return true;
 }
 
+bool FileSource::OpenRange(const std::string& path, long long offset, long long length) {
+  if (!Open(path)) return false;
+  if (size_ < 0 || offset < 0 || length < 0 || offset > size_ - length ||
+      lseek(fd_, static_cast<off_t>(offset), SEEK_SET) < 0) {
+    error_ = "cannot read bytes " + std::to_string(offset) + " to " +
+             std::to_string(offset + length) + " of the file";
+    return false;
+  }
+  size_ = left_ = length;
+  return true;
+}
+
 long FileSource::Read(char* buffer, std::size_t size) {
   if (fd_ < 0) {
     error_ = "not open";
     return -1;
   }
+  if (left_ >= 0) size = static_cast<std::size_t>(std::min<long long>(left_, size));
+  if (left_ == 0) return 0;
   for (;;) {
     const ssize_t n = read(fd_, buffer, size);
-    if (n >= 0) return static_cast<long>(n);
+    if (n >= 0) {
+      if (left_ >= 0) left_ -= n;
+      return static_cast<long>(n);
+    }
     if (errno != EINTR) {
       error_ = std::strerror(errno);
       return -1;

@@ -1,7 +1,8 @@
 // ByteSource: where the CSV reader gets its bytes from, in chunks.
 //
 // FileSource reads a file descriptor (a file, or standard input for "-")
-// and gives up waiting when the cancel flag is raised; MemorySource serves
+// and gives up waiting when the cancel flag is raised, or a byte range of
+// a file; MemorySource serves
 // a buffer (tests and fuzzing). Sources are move-free and owned by whoever
 // reads them; none is thread-safe.
 #ifndef STATTREE_TOOLS_BYTE_SOURCE_H_
@@ -40,6 +41,9 @@ class FileSource : public ByteSource {
   // "-" is standard input. False with GetError() set when it can't be
   // opened or is a directory.
   bool Open(const std::string& path);
+  // Only the `length` bytes from `offset` of a regular file: the input
+  // ends there, and GetSize is `length`.
+  bool OpenRange(const std::string& path, long long offset, long long length);
   long Read(char* buffer, std::size_t size) override;
   long long GetSize() const override { return size_; }
 
@@ -48,6 +52,7 @@ class FileSource : public ByteSource {
   int fd_ = -1;
   bool ownsFd_ = false;
   long long size_ = -1;
+  long long left_ = -1;  // bytes left in a range; -1: read to the end
 };
 
 class MemorySource : public ByteSource {

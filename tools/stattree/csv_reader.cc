@@ -32,6 +32,11 @@ CsvReader::CsvReader(ByteSource& source, const Options& options)
     : source_(source), options_(options), buffer_(new char[kChunkBytes]) {
   csv_init(&parser_, CSV_STRICT | CSV_STRICT_FINI);
   ResetParser();
+  if (options_.headerCells >= 0) {
+    expectedCells_ = options_.headerCells;
+    line_ = rowLine_ = options_.firstLine;
+    bomMatched_ = -1;
+  }
 }
 
 CsvReader::~CsvReader() { csv_free(&parser_); }

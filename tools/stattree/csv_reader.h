@@ -14,6 +14,8 @@
 // next line. Lines are counted by LF, CRLF and lone CR alike, inside quoted
 // cells too.
 //
+// A part of a file may be read without its header (Options::headerCells).
+//
 // Thread-safety: none.
 #ifndef STATTREE_TOOLS_CSV_READER_H_
 #define STATTREE_TOOLS_CSV_READER_H_
@@ -37,6 +39,12 @@ class CsvReader {
     bool skipBadRows = false;
     std::size_t maxCellBytes = std::size_t{1} << 20;
     std::size_t maxColumns = 100000;
+    // For a part of a file that starts at a record boundary after the
+    // header: with a count of cells (0 or more), there is no header, every
+    // row must have that many cells, lines are numbered from `firstLine`,
+    // and a byte order mark at the start is data, as it is mid-file.
+    long long headerCells = -1;
+    long long firstLine = 1;
   };
   enum class Status { Row, End, Error };
 
@@ -46,8 +54,8 @@ class CsvReader {
   CsvReader& operator=(const CsvReader&) = delete;
   ~CsvReader();
 
-  // The first call yields the header. `cells` is replaced (its storage is
-  // recycled by the reader). After Error or End every call answers the same.
+  // The first call yields the header (unless the options say there is none). `cells` is replaced
+  // (its storage is recycled by the reader). After Error or End every call answers the same.
   Status ReadRow(std::vector<std::string>& cells);
 
   // Line (from 1) where the last row handed out starts.

@@ -65,6 +65,10 @@ class CsvStats : public Stats {
   // down.
   void SetNodeLimit(long long maxNodes, const std::vector<int>& treeColumns);
   bool NodeLimitReached() const { return nodeLimitReached_; }
+  // The nodes counted so far, the root included; 1 without a limit.
+  long long GetCountedNodes() const {
+    return nodeCounter_ != nullptr ? nodeCounter_->GetCount() : 1;
+  }
 
   // Shows the cells of the columns it audits to `warnings` (borrowed; may
   // be null).

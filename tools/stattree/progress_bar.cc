@@ -40,6 +40,15 @@ void ProgressBar::IncrementProgress(int step) {
   Draw();
 }
 
+void ProgressBar::Show(long long records) {
+  records_ = records;
+  if (!draw_) return;
+  const auto now = std::chrono::steady_clock::now();
+  if (now - lastDraw_ < kRedrawInterval) return;
+  lastDraw_ = now;
+  Draw();
+}
+
 void ProgressBar::Draw() {
   const double seconds = std::chrono::duration<double>(lastDraw_ - start_).count();
   double fraction = -1;

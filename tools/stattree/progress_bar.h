@@ -33,6 +33,9 @@ class ProgressBar : public ProgressManager {
   void IncrementProgress(int step) override;
   void TaskDone() override { Clear(); }
 
+  // For records counted elsewhere (worker processes): the count so far,
+  // drawn as IncrementProgress would.
+  void Show(long long records);
   // Erases the status line, if one was drawn.
   void Clear();
   long long GetRecords() const { return records_; }

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -478,6 +479,133 @@ TEST(ToolCancel, InterruptExits130WithoutReport) {
   EXPECT_EQ(r.out, "");
   EXPECT_EQ(r.err.rfind("stattree: cancelled after ", 0), 0u) << r.err;
   EXPECT_NE(r.err.find(" records; no report written\n"), std::string::npos) << r.err;
+}
+
+// Equal, but for reals in their last digits (sums added in another order).
+void ExpectSameReport(const json& got, const json& want, const std::string& path = "") {
+  if (got.is_number_float() && want.is_number()) {
+    EXPECT_NEAR(got.get<double>(), want.get<double>(), 1e-9 * std::abs(want.get<double>())) << path;
+  } else if (got.is_structured() && got.type() == want.type() && got.size() == want.size()) {
+    if (got.is_array()) {
+      for (std::size_t i = 0; i < got.size(); ++i) {
+        ExpectSameReport(got[i], want[i], path + "/" + std::to_string(i));
+      }
+    } else {
+      for (auto it = want.begin(); it != want.end(); ++it) {
+        ASSERT_TRUE(got.contains(it.key())) << path << "/" << it.key();
+        ExpectSameReport(got[it.key()], it.value(), path + "/" + it.key());
+      }
+    }
+  } else {
+    EXPECT_EQ(got, want) << path;
+  }
+}
+
+// Rows of every shape: quoted cells with delimiters and line breaks, LF,
+// CRLF and lone CR line ends, blank lines, text among the numbers; `bad`
+// rows (by position) have a cell too many.
+std::string ThreadsCsv(int rows, const std::vector<int>& bad = {}) {
+  const char* const kEnds[] = {"\n", "\r\n", "\r", "\n\n", "\r\n\r\n"};
+  const char* const kRegions[] = {"North", "\"South,\nEast\"", "\"West \"\"W\"\"\"", "Mid"};
+  std::string csv = "region,amount,channel,year\r\n";
+  for (int i = 0; i < rows; ++i) {
+    csv += std::string(kRegions[i % 4]) + ",";
+    csv += i % 17 == 0 ? "n/a" : std::to_string(i % 50) + (i % 3 == 0 ? ".25" : "");
+    csv += i % 5 == 0 ? ",\"Web\r\nshop\"," : (i % 2 == 0 ? ",Web," : ",Shop,");
+    csv += i % 7 == 0 ? "2023.0" : "2024";
+    if (std::find(bad.begin(), bad.end(), i) != bad.end()) csv += ",extra";
+    csv += kEnds[i % 5];
+  }
+  return csv;
+}
+
+const char kThreadsJob[] = R"({
+  "tree": ["region", "channel"],
+  "statistics": {
+    "n": {"type": "Count"},
+    "sum": {"type": "Sum", "field": "amount", "grouping": {"fields": ["year"]}},
+    "avg": {"type": "Average", "field": "amount"},
+    "sd": {"type": "StdDev", "field": "amount"},
+    "max": {"type": "Max", "field": "amount"},
+    "channels": {"type": "EnumPercent", "field": "channel", "values": ["Web", "Shop"],
+                 "subset": {"where": {"year": 2023}}},
+    "sizes": {"type": "Histogram1", "field": "amount",
+              "histogram": {"start": 0, "width": 10, "count": 4}}
+  }})";
+
+ToolResult RunThreads(const std::string& csv, const std::string& job, int threads,
+                      const std::vector<std::string>& more = {}) {
+  std::vector<std::string> args = {"run", csv, "--job", job, "--threads", std::to_string(threads)};
+  args.insert(args.end(), more.begin(), more.end());
+  return RunTool(args);
+}
+
+// Several workers print what one does: the text report and the messages
+// exactly, the JSON report but for the last digits of reals.
+TEST(ToolThreads, ReportEqualsOneThreadsReport) {
+  ScratchDir dir;
+  const std::string csv = dir.Write("d.csv", ThreadsCsv(400));
+  const std::string job = dir.Write("j.json", kThreadsJob);
+  for (const char* format : {"text", "json"}) {
+    const ToolResult one = RunThreads(csv, job, 1, {"--format", format});
+    ASSERT_EQ(one.exitCode, 0) << one.err;
+    EXPECT_NE(one.err.find("warning: sum \u2014 Sum of amount: 24 of 400 cells are not numbers, "
+                           "e.g. line 2: \"n/a\""),
+              std::string::npos)
+        << one.err;
+    for (int threads : {2, 3, 7}) {
+      SCOPED_TRACE(std::string(format) + ", threads " + std::to_string(threads));
+      const ToolResult many = RunThreads(csv, job, threads, {"--format", format});
+      ASSERT_EQ(many.exitCode, 0) << many.err;
+      EXPECT_EQ(many.err, one.err);
+      if (std::string(format) == "text") {
+        EXPECT_EQ(many.out, one.out);
+      } else {
+        ExpectSameReport(Parse(many), Parse(one));
+      }
+    }
+  }
+}
+
+// Faults in later ranges: the same message, line and exit code, or with
+// --skip-bad-rows the same report and count; --max-nodes words the record.
+TEST(ToolThreads, FaultsAreReportedAsByOneThread) {
+  ScratchDir dir;
+  const std::string job = dir.Write("j.json", kThreadsJob);
+  const std::string bad = dir.Write("bad.csv", ThreadsCsv(400, {230, 231, 390}));
+  const std::string unclosed = dir.Write("open.csv", ThreadsCsv(400) + "North,\"1\n");
+  const std::string good = dir.Write("good.csv", ThreadsCsv(400));
+  const std::vector<std::string> kNone;
+  const struct {
+    std::string csv;
+    std::vector<std::string> args;
+    int exitCode;
+    std::string errStart;
+  } kCases[] = {
+      {bad, kNone, 1, "stattree: error: " + bad + ": line "},
+      {bad, {"--skip-bad-rows"}, 0, "stattree: warning: " + bad + ": skipped 3 bad rows\n"},
+      {unclosed, kNone, 1, "stattree: error: " + unclosed + ": line "},
+      {unclosed, {"--skip-bad-rows"}, 0, "stattree: warning: " + unclosed + ": skipped 1 bad"},
+      {good, {"--max-nodes", "9"}, 1, "stattree: error: " + good + ": record "},
+      {bad, {"--max-nodes", "9"}, 1, "stattree: error: " + bad + ": record "},
+      {bad, {"--max-nodes", "20"}, 1, "stattree: error: " + bad + ": line "},
+  };
+  for (const auto& c : kCases) {
+    SCOPED_TRACE(c.errStart);
+    const ToolResult one = RunThreads(c.csv, job, 1, c.args);
+    EXPECT_EQ(one.exitCode, c.exitCode) << one.err;
+    EXPECT_EQ(one.err.rfind(c.errStart, 0), 0u) << one.err;
+    for (int threads : {2, 3}) {
+      const ToolResult many = RunThreads(c.csv, job, threads, c.args);
+      EXPECT_EQ(many.exitCode, one.exitCode);
+      EXPECT_EQ(many.err, one.err);
+      EXPECT_EQ(many.out, one.out);
+    }
+  }
+  const ToolResult zero = RunThreads(good, job, 0);
+  EXPECT_EQ(zero.exitCode, 2);
+  EXPECT_EQ(zero.err.rfind("stattree: error: --threads: Value 0 not in range 1 to 64", 0), 0u)
+      << zero.err;
 }
 
 // A million rows through standard input: memory stays flat.
