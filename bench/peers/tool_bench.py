@@ -75,11 +75,11 @@ def peer_numbers(output_path):
     return numbers
 
 
-def differences(ours, theirs):
+def differences(ours, theirs, names=("stattree", "pandas")):
     found = []
     for key in sorted(set(ours) | set(theirs)):
         if key not in ours or key not in theirs:
-            found.append(f"{key}: only in {'stattree' if key in ours else 'pandas'}")
+            found.append(f"{key}: only in {names[0] if key in ours else names[1]}")
             continue
         a = math.nan if ours[key] is None else float(ours[key])
         b = theirs[key]
@@ -92,7 +92,7 @@ def differences(ours, theirs):
             tolerance = 1e-5 if item.startswith("ChannelPercent[") else 1e-9
             same = abs(a - b) <= tolerance * max(1.0, abs(a), abs(b))
         if not same:
-            found.append(f"{key}: stattree {a!r}, pandas {b!r}")
+            found.append(f"{key}: {names[0]} {a!r}, {names[1]} {b!r}")
     return found
 
 
