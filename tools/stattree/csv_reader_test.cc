@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/tests/csv_transcript.h"
+
 namespace stattree {
 namespace cli {
 namespace {
@@ -15,15 +17,9 @@ std::string Read(const std::string& text, const CsvReader::Options& options, std
   MemorySource source(text.data(), text.size());
   source.SetChunkSize(chunk);
   CsvReader reader(source, options);
-  std::string out;
-  std::vector<std::string> cells;
   CsvReader::Status status;
-  while ((status = reader.ReadRow(cells)) == CsvReader::Status::Row) {
-    out += std::to_string(reader.GetRowLine()) + ":";
-    for (std::size_t i = 0; i < cells.size(); ++i) out += (i == 0 ? " " : "|") + cells[i];
-    out += "\n";
-  }
-  if (status == CsvReader::Status::Error) return out + "error: " + reader.GetError();
+  const std::string out = Transcript(reader, status);
+  if (status == CsvReader::Status::Error) return out;
   return out + "skipped " + std::to_string(reader.GetSkippedRows());
 }
 

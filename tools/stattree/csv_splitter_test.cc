@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tools/stattree/csv_reader.h"
+#include "tools/tests/csv_transcript.h"
 
 namespace stattree {
 namespace cli {
@@ -33,16 +34,10 @@ std::string Ranges(const std::string& text, int parts, std::size_t chunk = 1 << 
 }
 
 // Rows as "line: cell|cell", then how reading ended.
-std::string Transcript(CsvReader& reader) {
-  std::string out;
-  std::vector<std::string> cells;
+std::string Reading(CsvReader& reader) {
   CsvReader::Status status;
-  while ((status = reader.ReadRow(cells)) == CsvReader::Status::Row) {
-    out += std::to_string(reader.GetRowLine()) + ":";
-    for (std::size_t i = 0; i < cells.size(); ++i) out += (i == 0 ? " " : "|") + cells[i];
-    out += "\n";
-  }
-  if (status == CsvReader::Status::Error) out += "error: " + reader.GetError() + "\n";
+  std::string out = Transcript(reader, status);
+  if (status == CsvReader::Status::Error) out += "\n";
   return out;
 }
 
@@ -105,7 +100,7 @@ TEST(CsvSplitter, RangesReadAsTheWholeIs) {
       CsvReader wholeReader(whole, options);
       std::vector<std::string> header;
       ASSERT_EQ(wholeReader.ReadRow(header), CsvReader::Status::Row);
-      const std::string expected = Transcript(wholeReader);
+      const std::string expected = Reading(wholeReader);
       for (int parts = 2; parts <= 7; ++parts) {
         MemorySource source(text.data(), text.size());
         std::vector<CsvRange> ranges;
@@ -120,7 +115,7 @@ TEST(CsvSplitter, RangesReadAsTheWholeIs) {
           partOptions.headerCells = static_cast<long long>(header.size());
           partOptions.firstLine = r.firstLine;
           CsvReader reader(part, partOptions);
-          got += Transcript(reader);
+          got += Reading(reader);
           skipped += reader.GetSkippedRows();
           // One reader stops at the first error.
           if (got.find("error: ") != std::string::npos) break;
