@@ -171,18 +171,8 @@ bool GroupingResults::AddNewStatsDefn(const StatsDefn& defn) {
 bool GroupingResults::ProcessRecord(const StatsRecord& record) {
   std::size_t position = 0;
   bool found = false;
-  const bool looked = groupings.size() <= kLinearSets ? FindScannedSet(position, found, record)
-                                                      : FindIndexedSet(position, found, record);
-  if (looked) {
-    if (found) return FeedSets(position, record, kLocMatchingSetRecord);
-  } else {
-    // The reference walk: the index, where it decides, answers the same.
-    for (std::size_t i = 0; i < groupings.size(); ++i) {
-      if (groupings[i].RecordMeetsCriteria(record))
-        return FeedSets(i, record, kLocMatchingSetRecord);
-      if (IsErrorSet()) return DumpLocation(kLocMembershipTest);
-    }
-  }
+  if (!FindSetOf(position, found, record)) return DumpLocation(kLocMembershipTest);
+  if (found) return FeedSets(position, record, kLocMatchingSetRecord);
   // A new combination: the failures below leave the new set in place.
   SyncTotals();
   // Grown by half rather than doubled: most groupings stay small, and a
@@ -350,6 +340,7 @@ bool GroupingResults::FindSetOf(std::size_t& position, bool& found, const StatsR
   const bool looked = groupings.size() <= kLinearSets ? FindScannedSet(position, found, record)
                                                       : FindIndexedSet(position, found, record);
   if (looked) return true;
+  // The reference walk: the index, where it decides, answers the same.
   for (std::size_t i = 0; i < groupings.size(); ++i) {
     if (groupings[i].RecordMeetsCriteria(record)) {
       position = i;

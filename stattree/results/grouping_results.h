@@ -91,8 +91,9 @@ class STATTREE_EXPORT GroupingResults {
   bool LoadResults(BinaryReader& in);
 
  private:
-  // The set that a record of these values would go to, as ProcessRecord
-  // finds it; false when a membership test failed with an error.
+  // The set a record goes to (records, and the values of merged sets): by
+  // scan, index or the walk; false when a membership test failed with an
+  // error.
   bool FindSetOf(std::size_t& position, bool& found, const StatsRecord& record);
   void CopyDataMembers(const GroupingResults& other);
 
