@@ -19,6 +19,7 @@
 
 namespace {
 
+using stattree::BinaryWriter;
 using stattree::Field;
 using stattree::Stats;
 using stattree::StatsDefn;
