@@ -9,8 +9,8 @@
 // collisions never decide a match. Open addressing, at most half full:
 // about 32 bytes per key.
 //
-// Below a few candidates an index costs more than it saves; ScanByValue
-// then finds the first match by comparing values, for both owners.
+// Below a few candidates an index costs more than it saves; the owners then
+// compare the record's value with each candidate's (FirstEqualValue).
 //
 // Thread-safety: none; one caller thread.
 #ifndef STATTREE_RESULTS_FIRST_MATCH_INDEX_H_
@@ -21,8 +21,7 @@
 #include <string_view>
 #include <vector>
 
-#include "stattree/boundary/record_cache.h"
-#include "stattree/criteria/criteria_term.h"
+#include "stattree/boundary/variant.h"
 
 namespace stattree {
 
@@ -72,37 +71,16 @@ class FirstMatchIndex {
   std::size_t count = 0;
 };
 
-// The first of `count` candidates whose one "=" term holds for the record,
-// found by comparing the cache's value of the term's column with each
-// term's value, as the test itself does. `termAt(i, term)` points `term` at
-// candidate i's term, or sets it null for a candidate the walk skips; it
-// answers false for a candidate that only its own test can decide. False
-// when the walk must decide: such a candidate, terms on several columns, or
-// a failed read (which the walk then reports).
-template <class TermAt>
-bool ScanByValue(const RecordCache& cache, std::size_t count, TermAt&& termAt,
-                 std::size_t& position, bool& found) {
-  const Variant* value = nullptr;
-  int column = -1;
-  for (std::size_t i = 0; i < count; ++i) {
-    const CriteriaTerm* term = nullptr;
-    if (!termAt(i, term)) return false;
-    if (term == nullptr) continue;
-    if (value == nullptr) {
-      column = term->column;
-      value = cache.Peek(column);
-      if (value == nullptr) return false;
-    } else if (term->column != column) {
-      return false;
-    }
-    if (value->IsStringEquivalentTo(term->value)) {
-      position = i;
-      found = true;
-      return true;
+// The first of `values` that `value` equals as an "=" term decides it (a
+// null entry is a candidate the walk skips), or FirstMatchIndex::kNone.
+inline std::uint32_t FirstEqualValue(const Variant& value,
+                                     const std::vector<const Variant*>& values) {
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    if (values[i] != nullptr && value.IsStringEquivalentTo(*values[i])) {
+      return static_cast<std::uint32_t>(i);
     }
   }
-  found = false;
-  return true;
+  return FirstMatchIndex::kNone;
 }
 
 }  // namespace stattree

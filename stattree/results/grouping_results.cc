@@ -93,6 +93,9 @@ struct GroupingResults::SetIndex {
   bool exact = true;            // false: some set's criteria can't be keyed
   std::vector<Variant> values;  // the record's key values, reused per record
   FirstMatchIndex keys;
+  // Set i's "=" terms, one per key column: compared without the chase
+  // through the set to its criteria.
+  std::vector<const CriteriaTerm*> terms;
 };
 
 GroupingResults::GroupingResults() : prototype(std::make_shared<StatsSet>()) {}
@@ -203,20 +206,30 @@ bool GroupingResults::FindScannedSet(std::size_t& position, bool& found,
   // is compared with each set's as its "=" test would, without the calls.
   const RecordCache* cache = RecordCache::Of(record);
   if (cache == nullptr || !cache->Enabled() || IsErrorSet()) return false;
-  return ScanByValue(
-      *cache, groupings.size(),
-      [this](std::size_t i, const CriteriaTerm*& term) {
-        const Criteria* test = groupings[i].GetCriteria();
-        // The address of the type: a miss (any other kind) only means the walk.
-        if (test == nullptr || &typeid(*test) != &typeid(MultipleCriteria)) return false;
-        const auto& terms = static_cast<const MultipleCriteria*>(test)->GetTerms();
-        if (terms.size() != 1 || terms.front().op != Equal || terms.front().column == -1) {
-          return false;
-        }
-        term = &terms.front();
-        return true;
-      },
-      position, found);
+  const Variant* value = nullptr;
+  int column = -1;
+  for (std::size_t i = 0; i < groupings.size(); ++i) {
+    const Criteria* test = groupings[i].GetCriteria();
+    // The address of the type: a miss (any other kind) only means the walk.
+    if (test == nullptr || &typeid(*test) != &typeid(MultipleCriteria)) return false;
+    const auto& terms = static_cast<const MultipleCriteria*>(test)->GetTerms();
+    if (terms.size() != 1 || terms.front().op != Equal || terms.front().column == -1) return false;
+    const CriteriaTerm& term = terms.front();
+    if (value == nullptr) {
+      column = term.column;
+      value = cache->Peek(column);
+      if (value == nullptr) return false;  // the walk reports the failure
+    } else if (term.column != column) {
+      return false;
+    }
+    if (value->IsStringEquivalentTo(term.value)) {
+      position = i;
+      found = true;
+      return true;
+    }
+  }
+  found = false;
+  return true;
 }
 
 bool GroupingResults::FindIndexedSet(std::size_t& position, bool& found,
@@ -244,7 +257,11 @@ bool GroupingResults::FindIndexedSet(std::size_t& position, bool& found,
   };
   const std::size_t hash = KeyHash(index->values.size(), recordValue);
   const std::uint32_t match = index->keys.Find(hash, [&](std::uint32_t at) {
-    return KeyMatches(groupings[at], index->values.size(), recordValue);
+    const CriteriaTerm* terms = index->terms[at];
+    for (std::size_t i = 0; i < index->columns.size(); ++i) {
+      if (!recordValue(i).IsStringEquivalentTo(terms[i].value)) return false;
+    }
+    return true;
   });
   found = match != FirstMatchIndex::kNone;
   if (found) position = match;
@@ -265,12 +282,14 @@ GroupingResults::SetIndex* GroupingResults::CurrentSetIndex() {
     if (!sameColumns) {
       index.exact = false;
       index.keys.Clear();
+      std::vector<const CriteriaTerm*>().swap(index.terms);
       return nullptr;
     }
     if (index.columns.empty()) {
       for (std::size_t i = 0; i < count; ++i) index.columns.push_back(terms[i].column);
       index.values.resize(count);
     }
+    index.terms.push_back(terms);
     const auto termValue = [&](std::size_t i) -> const Variant& { return terms[i].value; };
     const auto at = static_cast<std::uint32_t>(index.indexedSets);
     index.keys.Insert(KeyHash(count, termValue), at, [&](std::uint32_t other) {

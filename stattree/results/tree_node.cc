@@ -70,6 +70,9 @@ struct TreeNode::ChildIndex {
   int column = -1;                  // the one column of every indexed term
   bool exact = true;                // false: some child's criteria can't be keyed
   FirstMatchIndex keys;
+  // Child i's "=" value (null: no criteria yet), for scans and for the
+  // keys' exact comparison without the chase through the child.
+  std::vector<const Variant*> values;
 };
 
 const std::string TreeNode::sEmptyNodeName = "[no name]";
@@ -260,23 +263,21 @@ bool TreeNode::CreateChild(TreeNode*& child, bool& created, const StatsRecord* r
   return true;
 }
 
-bool TreeNode::FindScannedChild(std::size_t& position, bool& found,
-                                const StatsRecord& record) const {
+bool TreeNode::FindScannedChild(std::size_t& position, bool& found, const StatsRecord& record) {
   // Few children, the engine's cache: the record's value is compared with
   // each child's as its "=" test would, without the calls.
   const RecordCache* cache = RecordCache::Of(record);
   if (children.size() > kLinearChildren || cache == nullptr || !cache->Enabled() || IsErrorSet()) {
     return false;
   }
-  return ScanByValue(
-      *cache, children.size(),
-      [this](std::size_t i, const CriteriaTerm*& term) {
-        const Criteria* test = children[i]->criteria.get();
-        if (test == nullptr) return true;
-        term = KeyTermOf(*test, -1);
-        return term != nullptr;
-      },
-      position, found);
+  const ChildIndex* index = CurrentChildIndex();
+  if (index == nullptr) return false;
+  const Variant* value = cache->Peek(index->column);
+  if (value == nullptr) return false;  // the walk reports the failure
+  const std::uint32_t match = FirstEqualValue(*value, index->values);
+  found = match != FirstMatchIndex::kNone;
+  if (found) position = match;
+  return true;
 }
 
 bool TreeNode::FindIndexedChild(std::size_t& position, bool& found, const StatsRecord& record) {
@@ -294,7 +295,7 @@ bool TreeNode::FindIndexedChild(std::size_t& position, bool& found, const StatsR
   const std::uint32_t match =
       index->keys.Find(FirstMatchIndex::HashText(key), [&](std::uint32_t at) {
         Variant::TextBuffer childBuffer;
-        return TermOf(*children[at]->criteria).value.TextView(childBuffer) == key;
+        return index->values[at]->TextView(childBuffer) == key;
       });
   found = match != FirstMatchIndex::kNone;
   if (found) position = match;
@@ -314,14 +315,19 @@ TreeNode::ChildIndex* TreeNode::CurrentChildIndex() {
     // From here on a change to its criteria drops the index, also for a
     // child that has none yet (the walk skips it; it may get one later).
     candidate.inParentIndex = true;
-    if (candidate.criteria == nullptr) continue;
+    if (candidate.criteria == nullptr) {
+      index.values.push_back(nullptr);
+      continue;
+    }
     const CriteriaTerm* term = KeyTermOf(*candidate.criteria, index.column);
     if (term == nullptr) {
       index.exact = false;
       index.keys.Clear();
+      std::vector<const Variant*>().swap(index.values);
       return nullptr;
     }
     index.column = term->column;
+    index.values.push_back(&term->value);
     Variant::TextBuffer buffer;
     const std::string_view key = term->value.TextView(buffer);
     const auto at = static_cast<std::uint32_t>(index.indexedChildren);

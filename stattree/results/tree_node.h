@@ -16,9 +16,9 @@
 // GetCriteria hands out are meant to be read: changing one later leaves the
 // names cached until the next change to a node.
 //
-// CreateChild keeps, once a node has more than a few children, an index of
-// them by their value's text, so that a record finds its child without a
-// test per sibling. The index answers exactly what the walk in creation
+// CreateChild keeps an index of the children's values (hashed by their
+// text once a node has more than a few children), so that a record finds
+// its child without a test per sibling. The index answers exactly what the walk in creation
 // order would, and is used only when that is provable: every child with a
 // criteria holds a plain single "=" term on one column, no error is set and
 // the record's value reads without one; otherwise the walk runs. It is
@@ -134,8 +134,8 @@ class STATTREE_EXPORT TreeNode {
   // The cached visible children, or null when a node below can't be named.
   const std::vector<TreeNode*>* VisibleChildren();
 
-  // As FindIndexedChild, for a few children, without an index.
-  bool FindScannedChild(std::size_t& position, bool& found, const StatsRecord& record) const;
+  // As FindIndexedChild, for a few children: by comparing values, unhashed.
+  bool FindScannedChild(std::size_t& position, bool& found, const StatsRecord& record);
 
   struct ChildIndex;
   // Sets `found`, and `position` when found, from the index; false when the

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "stattree/boundary/error_reporting.h"
+#include "stattree/boundary/record_cache.h"
 #include "tests/test_util.h"
 
 namespace stattree {
@@ -139,6 +140,29 @@ TEST_F(TreeNodeTest, EachTreeKeepsItsOwnCaches) {
   EXPECT_EQ(copy.GetChildCount(), 2);
   EXPECT_EQ(north->GetChildCount(), 1);
   EXPECT_EQ(root.GetChildCount(), 1);
+}
+
+// Through the engine's cache a node compares the record's value with its
+// few children's kept values; changes through GetCriteria or assignment
+// must reach those.
+TEST_F(TreeNodeTest, FewChildrenFoundThroughTheCacheFollowChangedValues) {
+  TreeNode* a = Descend(root, MapRecord{{1, "A"}}, 1);
+  TreeNode* b = Descend(root, MapRecord{{1, "B"}}, 1);
+  const auto find = [&](const char* value) -> TreeNode* {
+    const MapRecord host{{1, value}};
+    const RecordCache cache(host, true);
+    TreeNode* child = nullptr;
+    bool created = false;
+    EXPECT_TRUE(root.CreateChild(child, created, &cache));
+    return created ? nullptr : child;
+  };
+  EXPECT_EQ(find("B"), b);
+  ASSERT_TRUE(b->GetCriteria()->SetValuesFromRecord(MapRecord{{1, "Z"}}));
+  EXPECT_EQ(find("Z"), b);
+  *a = *b;
+  EXPECT_EQ(find("Z"), a);
+  EXPECT_EQ(find("A"), nullptr);
+  EXPECT_FALSE(HeldError().set);
 }
 
 // Past a few children a node finds its child through an index; these pin
