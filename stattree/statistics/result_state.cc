@@ -81,13 +81,13 @@ bool ResultState::Merge(StatsResult& into, const StatsResult& later) {
     case kMin: {
       auto& a = static_cast<MinResult&>(into);
       const auto& b = static_cast<const MinResult&>(later);
-      if (b.minimum < a.minimum) a.minimum = b.minimum;
+      if (MinResult::Beats(b.extreme, a.extreme)) a.extreme = b.extreme;
       return true;
     }
     case kMax: {
       auto& a = static_cast<MaxResult&>(into);
       const auto& b = static_cast<const MaxResult&>(later);
-      if (b.maximum > a.maximum) a.maximum = b.maximum;
+      if (MaxResult::Beats(b.extreme, a.extreme)) a.extreme = b.extreme;
       return true;
     }
     case kSum:
@@ -141,10 +141,10 @@ bool ResultState::Save(const StatsResult& result, BinaryWriter& out) {
       out.I32(static_cast<const CountValidResult&>(result).count);
       return true;
     case kMin:
-      out.Value(static_cast<const MinResult&>(result).minimum);
+      out.Value(static_cast<const MinResult&>(result).extreme);
       return true;
     case kMax:
-      out.Value(static_cast<const MaxResult&>(result).maximum);
+      out.Value(static_cast<const MaxResult&>(result).extreme);
       return true;
     case kSum:
       out.Value(static_cast<const SumResult&>(result).sum);
@@ -188,9 +188,9 @@ bool ResultState::Load(StatsResult& into, BinaryReader& in) {
     case kCountValid:
       return ReadCount(in, static_cast<CountValidResult&>(into).count);
     case kMin:
-      return in.Value(static_cast<MinResult&>(into).minimum);
+      return in.Value(static_cast<MinResult&>(into).extreme);
     case kMax:
-      return in.Value(static_cast<MaxResult&>(into).maximum);
+      return in.Value(static_cast<MaxResult&>(into).extreme);
     case kSum:
       return in.Value(static_cast<SumResult&>(into).sum);
     case kAverage: {

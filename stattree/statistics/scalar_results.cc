@@ -76,61 +76,45 @@ bool CountValidResult::GetResult(Variant& value) {
 
 void CountValidResult::DumpObject(std::ostream& os) { os << kResultLabel << std::to_string(count); }
 
-// MinResult
+// MinResult, MaxResult
 
-MinResult& MinResult::operator=(const MinResult& other) {
+template <StatsDefn::StatsType kType>
+ExtremeResult<kType>& ExtremeResult<kType>::operator=(const ExtremeResult& other) {
   if (this != &other) {
     StatsResult::operator=(other);
-    minimum = other.minimum;
+    extreme = other.extreme;
   }
   return *this;
 }
 
-StatsResult* MinResult::Clone() { return CloneOf(*this); }
+template <StatsDefn::StatsType kType>
+StatsResult* ExtremeResult<kType>::Clone() {
+  return CloneOf(*this);
+}
 
-bool MinResult::ProcessRecord(const StatsRecord& record) {
+template <StatsDefn::StatsType kType>
+bool ExtremeResult<kType>::ProcessRecord(const StatsRecord& record) {
   Variant scratch;
-  const Variant* value = ReadValue(scratch, record, kLocMinRead);
+  const Variant* value =
+      ReadValue(scratch, record, kType == StatsDefn::Min ? kLocMinRead : kLocMaxRead);
   if (value == nullptr) return false;
-  // No validity test: the Variant ordering alone lets the first value
-  // replace the empty start value.
-  if (*value < minimum) minimum = *value;
+  if (Beats(*value, extreme)) extreme = *value;
   return true;
 }
 
-bool MinResult::GetResult(Variant& value) {
-  value = minimum;
+template <StatsDefn::StatsType kType>
+bool ExtremeResult<kType>::GetResult(Variant& value) {
+  value = extreme;
   return true;
 }
 
-void MinResult::DumpObject(std::ostream& os) { os << kResultLabel << std::string(minimum); }
-
-// MaxResult
-
-MaxResult& MaxResult::operator=(const MaxResult& other) {
-  if (this != &other) {
-    StatsResult::operator=(other);
-    maximum = other.maximum;
-  }
-  return *this;
+template <StatsDefn::StatsType kType>
+void ExtremeResult<kType>::DumpObject(std::ostream& os) {
+  os << kResultLabel << std::string(extreme);
 }
 
-StatsResult* MaxResult::Clone() { return CloneOf(*this); }
-
-bool MaxResult::ProcessRecord(const StatsRecord& record) {
-  Variant scratch;
-  const Variant* value = ReadValue(scratch, record, kLocMaxRead);
-  if (value == nullptr) return false;
-  if (*value > maximum) maximum = *value;
-  return true;
-}
-
-bool MaxResult::GetResult(Variant& value) {
-  value = maximum;
-  return true;
-}
-
-void MaxResult::DumpObject(std::ostream& os) { os << kResultLabel << std::string(maximum); }
+template class ExtremeResult<StatsDefn::Min>;
+template class ExtremeResult<StatsDefn::Max>;
 
 // SumResult
 

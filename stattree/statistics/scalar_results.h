@@ -68,39 +68,37 @@ class CountValidResult : public StatsResult {
   int count = 0;
 };
 
-// The least value by Variant::operator<. Read failures at 11380.
-class MinResult : public StatsResult {
+// The extreme value: the least by Variant::operator< (Min; read failures
+// at 11380) or the greatest by Variant::operator> (Max; at 11390). Only
+// the comparison differs between the two.
+template <StatsDefn::StatsType kType>
+class ExtremeResult : public StatsResult {
  public:
-  explicit MinResult(int column) : StatsResult(column) {}
-  MinResult& operator=(const MinResult& other);
+  explicit ExtremeResult(int column) : StatsResult(column) {}
+  ExtremeResult& operator=(const ExtremeResult& other);
 
   StatsResult* Clone() override;
   bool ProcessRecord(const StatsRecord& record) override;
   bool GetResult(Variant& value) override;
-  StatsDefn::StatsType GetType() override { return StatsDefn::Min; }
+  StatsDefn::StatsType GetType() override { return kType; }
   void DumpObject(std::ostream& os) override;
+
+  // Whether `value` replaces `extreme`; a tie keeps the earlier value. No
+  // validity test: the ordering alone lets the first value replace the
+  // empty start value.
+  static bool Beats(const Variant& value, const Variant& extreme) {
+    return kType == StatsDefn::Min ? value < extreme : value > extreme;
+  }
 
  private:
   friend class ResultState;
-  Variant minimum;
+  Variant extreme;
 };
 
-// The greatest value by Variant::operator>. Read failures at 11390.
-class MaxResult : public StatsResult {
- public:
-  explicit MaxResult(int column) : StatsResult(column) {}
-  MaxResult& operator=(const MaxResult& other);
-
-  StatsResult* Clone() override;
-  bool ProcessRecord(const StatsRecord& record) override;
-  bool GetResult(Variant& value) override;
-  StatsDefn::StatsType GetType() override { return StatsDefn::Max; }
-  void DumpObject(std::ostream& os) override;
-
- private:
-  friend class ResultState;
-  Variant maximum;
-};
+using MinResult = ExtremeResult<StatsDefn::Min>;
+using MaxResult = ExtremeResult<StatsDefn::Max>;
+extern template class ExtremeResult<StatsDefn::Min>;
+extern template class ExtremeResult<StatsDefn::Max>;
 
 // The Variant sum of every valid value, from integer 0. Read failures at
 // 11370.
