@@ -499,8 +499,16 @@ int Runner::ProcessBlocks() {
   const auto inFlight = static_cast<std::size_t>(options_.threads);
   CsvBlock block;
   auto status = CsvBlockReader::Status::Block;
+  bool sized = false;
   while (!Cancelled() && (status = blocks.Next(block)) == CsvBlockReader::Status::Block &&
          !Cancelled()) {
+    if (!sized) {
+      // Known for standard input from a file; the header is read.
+      sized = true;
+      const long long headerBytes = block.offset;
+      progress.SetInputSize([&pool, headerBytes] { return headerBytes + pool.GetBytes(); },
+                            source_.GetSize());
+    }
     while (pool.GetStarted() - taken >= inFlight) {
       if (!takeNext()) return code;
     }

@@ -74,6 +74,7 @@ void CsvBlockReader::Cut(CsvBlock& block, std::size_t end) {
   // The header, before the first block.
   if (start > 0) std::memmove(block.bytes.Data(), block.bytes.Data() + start, end - start);
   block.bytes.SetSize(end - start);
+  block.offset = blockStart_;
   block.firstLine = blockLine_;
   pending_ = std::move(rest);
   pendingOffset_ += static_cast<long long>(end);

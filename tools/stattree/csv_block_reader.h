@@ -31,6 +31,7 @@ namespace cli {
 
 struct CsvBlock {
   MappedBuffer bytes;
+  long long offset = 0;     // of its first byte in the stream
   long long firstLine = 1;  // the line (from 1) of its first byte
 };
 

@@ -75,6 +75,8 @@ TEST(CsvBlockReader, BlocksThenTheRestReadAsTheWhole) {
           while (!stopped && (status = blocks.Next(block)) == CsvBlockReader::Status::Block) {
             ++count;
             EXPECT_GT(block.bytes.Size(), 0u);
+            ASSERT_EQ(std::string(block.bytes.Data(), block.bytes.Size()),
+                      text.substr(static_cast<std::size_t>(block.offset), block.bytes.Size()));
             partOptions.firstLine = block.firstLine;
             MemorySource part(block.bytes.Data(), block.bytes.Size());
             CsvReader reader(part, partOptions);
