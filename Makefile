@@ -109,9 +109,11 @@ bench-tool: deps
 
 # The command-line tool on one W1 CSV file with 1 and 2 reading processes
 # (bench/README.md): wall-clock speed-up and processor time.
-# TOOL_THREADS_RECORDS sets the size, TOOL_THREADS the counts.
+# TOOL_THREADS_RECORDS sets the size, TOOL_THREADS the counts;
+# TOOL_THREADS_FLAGS=--stdin pipes the file in as standard input.
 TOOL_THREADS_RECORDS ?= 10000000
 TOOL_THREADS         ?= 1 2
+TOOL_THREADS_FLAGS   ?=
 .PHONY: bench-tool-threads
 bench-tool-threads: deps
 	cmake -S . -B $(RELEASE_DIR) -DCMAKE_BUILD_TYPE=Release -DSTATTREE_BUILD_BENCH=ON \
@@ -119,7 +121,7 @@ bench-tool-threads: deps
 	cmake --build $(RELEASE_DIR) -j$(JOBS) --target stattree_bench stattree_cli
 	/usr/bin/python3 bench/peers/tool_threads.py --bench $(RELEASE_DIR)/bench/stattree_bench \
 	  --stattree $(RELEASE_DIR)/tools/stattree --folder $(PEER_DIR)/tool \
-	  --records $(TOOL_THREADS_RECORDS) --threads $(TOOL_THREADS)
+	  --records $(TOOL_THREADS_RECORDS) --threads $(TOOL_THREADS) $(TOOL_THREADS_FLAGS)
 
 # The Python package's job.run(df) against pandas' groupby on one DataFrame
 # of W1 rows (bench/README.md). PYTHON_RECORDS sets the sizes.

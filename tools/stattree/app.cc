@@ -3,6 +3,8 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstdlib>
 #include <fstream>
 #include <limits>
 #include <map>
@@ -13,12 +15,14 @@
 
 #include "stattree/stattree.h"
 #include "tools/stattree/byte_source.h"
+#include "tools/stattree/csv_block_reader.h"
 #include "tools/stattree/csv_reader.h"
 #include "tools/stattree/csv_splitter.h"
 #include "tools/stattree/csv_stats.h"
 #include "tools/stattree/definition_builder.h"
 #include "tools/stattree/job_loader.h"
 #include "tools/stattree/library_error.h"
+#include "tools/stattree/node_counter.h"
 #include "tools/stattree/printable_text.h"
 #include "tools/stattree/progress_bar.h"
 #include "tools/stattree/range_result.h"
@@ -61,8 +65,9 @@ makes a million nodes.
 
 --threads N reads a CSV file in N parts at once, each in its own process,
 and merges them in order: the report is that of --threads 1 but for the
-last digits of sums, averages and deviations. Standard input, and a file
-whose quoting is broken somewhere, are read by one process.
+last digits of sums, averages and deviations. Standard input is cut into
+blocks as it arrives, up to N read at once. A file whose quoting is broken
+somewhere is read by one process, and so is standard input from there on.
 
 Exit codes: 0 success, 1 bad data or job or too many nodes, 2 usage error,
 130 cancelled.)";
@@ -81,6 +86,23 @@ struct Options {
   long long maxNodes = App::kDefaultMaxNodes;
   int threads = 1;
 };
+
+// Standard input's blocks: large enough that a worker's fork and merge
+// cost little beside reading the block, small enough that N of them in
+// memory do not matter.
+constexpr std::size_t kBlockBytes = std::size_t{8} << 20;
+
+// STATTREE_BLOCK_BYTES, when a positive count, sets the block size instead,
+// so that tests can cut small inputs into many blocks.
+std::size_t BlockBytes() {
+  const char* text = std::getenv("STATTREE_BLOCK_BYTES");
+  if (text == nullptr || *text == '\0') return kBlockBytes;
+  char* end = nullptr;
+  errno = 0;
+  const unsigned long long bytes = std::strtoull(text, &end, 10);
+  if (*end != '\0' || errno != 0 || bytes == 0) return kBlockBytes;
+  return static_cast<std::size_t>(bytes);
+}
 
 // One worker per online core, within what --threads takes.
 int DefaultThreads() {
@@ -122,6 +144,21 @@ class Runner {
     return App::kExitBadInput;
   }
   bool Cancelled() const { return cancel_ != nullptr && *cancel_ != 0; }
+  // Standard input, cut into blocks for workers as it is read.
+  bool StreamInBlocks() const {
+    return options_.dataPath == "-" && options_.threads > 1 && !options_.checkOnly;
+  }
+  std::vector<int> TreeColumns() const {
+    std::vector<int> columns;
+    for (const ColumnRef& ref : job_.tree) columns.push_back(ref.column);
+    return columns;
+  }
+  std::string NodeLimitMessage(long long record) const {
+    return "record " + std::to_string(record) + " would grow the results tree past " +
+           std::to_string(options_.maxNodes) +
+           " nodes (--max-nodes; one node per distinct value of a tree field under each "
+           "parent); raise --max-nodes, or set it to 0 for no limit; no report written";
+  }
 
   // Process's answer when the ranges can't tell the outcome one reader
   // would give: the input is read again by one reader.
@@ -134,10 +171,16 @@ class Runner {
   bool Split(std::vector<CsvRange>& ranges);
   int ProcessRanges(const std::vector<CsvRange>& ranges);
   RangeResult ProcessRange(const CsvRange& range, WorkerPool::Counts& counts);
+  int ProcessBlocks();
+  // One part of the records, read without the header from `firstLine` on,
+  // unfinalized: in a worker, which publishes into `counts`, or in the
+  // parent, which draws `bar`.
+  RangeResult ProcessPart(ByteSource& source, long long firstLine, WorkerPool::Counts* counts,
+                          ProgressBar* bar);
   int ProcessStream();
   // Null when the library refuses the job (its error is left set).
   std::unique_ptr<CsvStats> NewEngine(CsvReader& reader, CsvRecord& record,
-                                      WarningCollector* warnings);
+                                      WarningCollector* warnings, bool nodeJournal = false);
   void WarnSkipped() const;
   int Collect(Report& report);
   int Fits();
@@ -151,6 +194,8 @@ class Runner {
   Job job_;
   FileSource source_;
   CsvReader reader_;
+  // What standard input gave while the header was read, for the blocks.
+  std::string kept_;
   std::vector<std::string> header_;
   std::vector<bool> forceText_;
   std::vector<bool> used_;
@@ -192,7 +237,10 @@ int Runner::Open() {
   if (!source_.Open(options_.dataPath)) {
     return Fail(dataName_, "cannot open: " + source_.GetError());
   }
-  switch (reader_.ReadRow(header_)) {
+  if (StreamInBlocks()) source_.Keep(&kept_);
+  const CsvReader::Status status = reader_.ReadRow(header_);
+  source_.Keep(nullptr);
+  switch (status) {
     case CsvReader::Status::Row:
       break;
     case CsvReader::Status::End:
@@ -219,6 +267,7 @@ int Runner::Process() {
     return FailAll(options_.jobPath, errors);
   }
   record_ = std::make_unique<CsvRecord>(header_.size());
+  if (StreamInBlocks()) return ProcessBlocks();
   std::vector<CsvRange> ranges;
   if (Split(ranges)) {
     const int code = ProcessRanges(ranges);
@@ -228,12 +277,10 @@ int Runner::Process() {
 }
 
 std::unique_ptr<CsvStats> Runner::NewEngine(CsvReader& reader, CsvRecord& record,
-                                            WarningCollector* warnings) {
+                                            WarningCollector* warnings, bool nodeJournal) {
   auto stats = std::make_unique<CsvStats>(reader, record, used_, forceText_);
   stats->SetWarningCollector(warnings);
-  std::vector<int> treeColumns;
-  for (const ColumnRef& ref : job_.tree) treeColumns.push_back(ref.column);
-  stats->SetNodeLimit(options_.maxNodes, treeColumns);
+  stats->SetNodeLimit(options_.maxNodes, TreeColumns(), nodeJournal);
   Stats::ClearError();
   if (!stats->Configure(&definitions_, treeFields_)) return nullptr;
   return stats;
@@ -353,32 +400,198 @@ int Runner::ProcessRanges(const std::vector<CsvRange>& ranges) {
   return App::kExitOk;
 }
 
+int Runner::ProcessBlocks() {
+  warnings_ = std::make_unique<WarningCollector>(job_, header_.size());
+  // The engine the blocks merge into; it reads no records itself.
+  stats_ = NewEngine(reader_, *record_, nullptr);
+  if (stats_ == nullptr) {
+    return Fail(options_.jobPath, "the library refused the job: " + LibraryError::TakeText());
+  }
+  const std::size_t keptBytes = kept_.size();
+  CsvBlockReader blocks(source_, std::move(kept_), options_.delimiter[0], BlockBytes(),
+                        CsvReader::Options().maxCellBytes);
+  // The nodes of the blocks merged so far, as one counter over them.
+  NodeCounter nodes(TreeColumns());
+  const long long maxNodes = options_.maxNodes;
+  WorkerPool pool;
+  ProgressBar progress(stderr, !options_.quiet && isatty(STDERR_FILENO) != 0, cancel_);
+  bool interrupted = false;
+  auto idle = [&] {
+    if (Cancelled() && !interrupted) {
+      interrupted = true;
+      pool.Interrupt();
+    }
+    progress.Show(pool.GetRecords());
+  };
+  int code = App::kExitOk;
+  auto fail = [&](const std::string& message) {
+    progress.Clear();
+    code = Fail(dataName_, message);
+    return false;
+  };
+  long long records = 0;
+  long long skippedRows = 0;
+  bool cancelled = false;
+  std::size_t parts = 0;
+  // Merges the next part's result, the parts before it merged; false to
+  // stop with `code`.
+  auto merge = [&](const RangeResult& result) {
+    const std::string worker = "worker " + std::to_string(++parts);
+    const long long before = records;
+    records += result.records;
+    skippedRows += result.skippedRows;
+    cancelled = cancelled || Cancelled() || result.status == RangeResult::Status::Cancelled;
+    // The rest only adds to the count of records read before the stop.
+    if (cancelled) return true;
+    if (maxNodes > 0 && result.status != RangeResult::Status::Failed) {
+      long long passedAt = -1;
+      if (!nodes.MergeJournal(result.nodeJournal, maxNodes, passedAt)) {
+        return fail("processing failed: " + worker + " answered in an unknown form");
+      }
+      // One reader stops there, before any fault further on.
+      if (passedAt >= 0) return fail(NodeLimitMessage(before + passedAt + 1));
+    }
+    switch (result.status) {
+      case RangeResult::Status::Ok:
+      case RangeResult::Status::Cancelled:
+        break;
+      case RangeResult::Status::NodeLimit:
+        return fail(NodeLimitMessage(before + result.records + 1));
+      case RangeResult::Status::DataError:
+      case RangeResult::Status::Failed:
+        return fail(result.message);
+    }
+    Stats::ClearError();
+    if (!warnings_->MergeState(result.warnings, 0)) {
+      return fail("processing failed: " + worker + " sent warnings of another job");
+    }
+    if (!stats_->MergeResults(result.engine)) {
+      return fail("processing failed: " + LibraryError::TakeText());
+    }
+    return true;
+  };
+  std::size_t taken = 0;
+  auto takeNext = [&] {
+    std::string bytes;
+    std::string error;
+    if (!pool.Take(bytes, error, taken++, idle)) return fail("processing failed: " + error);
+    idle();
+    RangeResult result;
+    if (!result.Unpack(bytes)) {
+      return fail("processing failed: worker " + std::to_string(parts + 1) +
+                  " answered in an unknown form");
+    }
+    return merge(result);
+  };
+  auto takeAll = [&] {
+    while (taken < pool.GetStarted()) {
+      if (!takeNext()) return false;
+    }
+    return true;
+  };
+  // A part the parent reads itself, once every earlier one is merged.
+  auto readHere = [&](ByteSource& source, long long firstLine) {
+    if (!takeAll()) return false;
+    progress.ContinueFrom(records);
+    return merge(ProcessPart(source, firstLine, nullptr, &progress));
+  };
+
+  const auto inFlight = static_cast<std::size_t>(options_.threads);
+  CsvBlock block;
+  auto status = CsvBlockReader::Status::Block;
+  bool sized = false;
+  while (!Cancelled() && (status = blocks.Next(block)) == CsvBlockReader::Status::Block &&
+         !Cancelled()) {
+    if (!sized) {
+      // Known for standard input from a file; the header is read.
+      sized = true;
+      const long long headerBytes = block.offset;
+      progress.SetInputSize([&pool, headerBytes] { return headerBytes + pool.GetBytes(); },
+                            source_.GetSize());
+    }
+    while (pool.GetStarted() - taken >= inFlight) {
+      if (!takeNext()) return code;
+    }
+    const bool started = pool.Add([this, &block](std::size_t, WorkerPool::Counts& counts) {
+      MemorySource source(block.bytes.Data(), block.bytes.Size());
+      return ProcessPart(source, block.firstLine, &counts, nullptr).Pack();
+    });
+    if (!started) {
+      // No process to be had: the parent reads the block itself.
+      MemorySource source(block.bytes.Data(), block.bytes.Size());
+      if (!readHere(source, block.firstLine)) return code;
+    }
+    // The worker has its own copy.
+    block.bytes.Release();
+    idle();
+  }
+  if (!Cancelled() && status == CsvBlockReader::Status::Rest) {
+    long long offset = 0;
+    long long firstLine = 1;
+    std::string rest = blocks.TakePending(offset, firstLine);
+    if (offset == 0) {
+      // Nothing was cut: the header's reader goes on alone, as with one
+      // thread.
+      progress.Clear();
+      source_.PutBack(rest.substr(keptBytes));
+      return ProcessStream();
+    }
+    // From the last cut on, the stream is read as one part, here.
+    source_.PutBack(std::move(rest));
+    if (!readHere(source_, firstLine)) return code;
+  }
+  if (Cancelled()) idle();
+  if (!takeAll()) return code;
+  progress.Clear();
+  if (cancelled || Cancelled()) {
+    err_ << "stattree: cancelled after " << records << " records; no report written\n";
+    return App::kExitCancelled;
+  }
+  Stats::ClearError();
+  if (!stats_->Finalize()) return Fail(dataName_, "processing failed: " + LibraryError::TakeText());
+  records_ = records;
+  skippedRows_ = skippedRows;
+  WarnSkipped();
+  return App::kExitOk;
+}
+
 // Runs in a worker process.
 RangeResult Runner::ProcessRange(const CsvRange& range, WorkerPool::Counts& counts) {
-  RangeResult result;
-  result.status = RangeResult::Status::Failed;
   FileSource source;
   if (!source.OpenRange(options_.dataPath, range.offset, range.length)) {
+    RangeResult result;
+    result.status = RangeResult::Status::Failed;
     result.message = "cannot open: " + source.GetError();
     return result;
   }
+  return ProcessPart(source, range.firstLine, &counts, nullptr);
+}
+
+RangeResult Runner::ProcessPart(ByteSource& source, long long firstLine, WorkerPool::Counts* counts,
+                                ProgressBar* bar) {
+  RangeResult result;
+  result.status = RangeResult::Status::Failed;
   CsvReader::Options readerOptions = ReaderOptions(options_);
   readerOptions.headerCells = static_cast<long long>(header_.size());
-  readerOptions.firstLine = range.firstLine;
+  readerOptions.firstLine = firstLine;
   CsvReader reader(source, readerOptions);
   CsvRecord record(header_.size());
   WarningCollector warnings(job_, header_.size());
-  std::unique_ptr<CsvStats> stats = NewEngine(reader, record, &warnings);
+  std::unique_ptr<CsvStats> stats = NewEngine(reader, record, &warnings, /*nodeJournal=*/true);
   if (stats == nullptr) {
     result.message = "processing failed: " + LibraryError::TakeText();
     return result;
   }
-  WorkerPool::Progress progress(counts, [&reader] { return reader.GetBytesRead(); });
+  WorkerPool::Counts unused;
+  WorkerPool::Progress published(counts != nullptr ? *counts : unused,
+                                 [&reader] { return reader.GetBytesRead(); });
+  ProgressManager& progress = bar != nullptr ? static_cast<ProgressManager&>(*bar) : published;
   const bool processed = stats->ProcessRecords(&progress, /*finalize=*/false);
   result.records = stats->GetRecords();
   result.skippedRows = reader.GetSkippedRows();
   result.nodes = stats->GetCountedNodes();
-  if (WorkerPool::Interrupted()) {
+  result.nodeJournal = stats->SaveNodeJournal();
+  if (progress.IsCanceled()) {
     result.status = RangeResult::Status::Cancelled;
   } else if (!processed && stats->NodeLimitReached()) {
     result.status = RangeResult::Status::NodeLimit;
@@ -416,12 +629,7 @@ int Runner::ProcessStream() {
   if (!processed) {
     if (stats_->NodeLimitReached()) {
       Stats::ClearError();
-      return Fail(dataName_, "record " + std::to_string(stats_->GetRecords() + 1) +
-                                 " would grow the results tree past " +
-                                 std::to_string(options_.maxNodes) +
-                                 " nodes (--max-nodes; one node per distinct value of a tree "
-                                 "field under each parent); raise --max-nodes, or set it to 0 "
-                                 "for no limit; no report written");
+      return Fail(dataName_, NodeLimitMessage(stats_->GetRecords() + 1));
     }
     if (stats_->HasDataError()) {
       Stats::ClearError();
@@ -537,7 +745,7 @@ int App::Main(int argc, const char* const* argv) {
                   "Read a CSV file in N parts at once, one process each (default: the machine's "
                   "cores, here " +
                       std::to_string(options.threads) + "; at most " + std::to_string(kMaxThreads) +
-                      "; standard input is read in one)")
+                      "; standard input in blocks, N at once)")
       ->check(CLI::Range(1, kMaxThreads))
       ->option_text("N");
   CLI::App* check = app.add_subcommand(

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstring>
 #include <string>
+#include <utility>
 
 namespace stattree {
 namespace cli {
@@ -51,7 +52,20 @@ bool FileSource::OpenRange(const std::string& path, long long offset, long long 
   return true;
 }
 
+void FileSource::PutBack(std::string bytes) {
+  putBack_ = std::move(bytes);
+  putBackAt_ = 0;
+}
+
 long FileSource::Read(char* buffer, std::size_t size) {
+  if (putBackAt_ < putBack_.size()) {
+    const std::size_t n = std::min(size, putBack_.size() - putBackAt_);
+    std::memcpy(buffer, putBack_.data() + putBackAt_, n);
+    putBackAt_ += n;
+    if (putBackAt_ == putBack_.size()) std::string().swap(putBack_);
+    if (kept_ != nullptr) kept_->append(buffer, n);
+    return static_cast<long>(n);
+  }
   if (fd_ < 0) {
     error_ = "not open";
     return -1;
@@ -62,6 +76,7 @@ long FileSource::Read(char* buffer, std::size_t size) {
     const ssize_t n = read(fd_, buffer, size);
     if (n >= 0) {
       if (left_ >= 0) left_ -= n;
+      if (kept_ != nullptr) kept_->append(buffer, static_cast<std::size_t>(n));
       return static_cast<long>(n);
     }
     if (errno != EINTR) {

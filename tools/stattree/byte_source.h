@@ -2,9 +2,10 @@
 //
 // FileSource reads a file descriptor (a file, or standard input for "-")
 // and gives up waiting when the cancel flag is raised, or a byte range of
-// a file; MemorySource serves
-// a buffer (tests and fuzzing). Sources are move-free and owned by whoever
-// reads them; none is thread-safe.
+// a file; as standard input can't be read twice, it can keep a copy of
+// what it reads and serve bytes put back before the rest. MemorySource
+// serves a buffer (tests, fuzzing and standard input's blocks). Sources
+// are move-free and owned by whoever reads them; none is thread-safe.
 #ifndef STATTREE_TOOLS_BYTE_SOURCE_H_
 #define STATTREE_TOOLS_BYTE_SOURCE_H_
 
@@ -47,8 +48,16 @@ class FileSource : public ByteSource {
   long Read(char* buffer, std::size_t size) override;
   long long GetSize() const override { return size_; }
 
+  // While `kept` is set (borrowed), the bytes read are appended to it too.
+  void Keep(std::string* kept) { kept_ = kept; }
+  // The next reads serve `bytes`, then go on with the descriptor.
+  void PutBack(std::string bytes);
+
  private:
   const volatile std::sig_atomic_t* cancel_;
+  std::string* kept_ = nullptr;
+  std::string putBack_;
+  std::size_t putBackAt_ = 0;
   int fd_ = -1;
   bool ownsFd_ = false;
   long long size_ = -1;

@@ -1,18 +1,11 @@
 // CsvSplitter: cuts a CSV file into consecutive byte ranges, each starting
 // at a record boundary, so that several readers can parse it at once.
 //
-// One sequential scan from byte 0 follows the quoting the way CsvReader
-// does (a quote opens a quoted cell only at a cell's start; quoted cells
-// may hold delimiters and line breaks) and counts lines as the reader
-// does (LF, CRLF and a lone CR, inside quotes too), so that each range
-// knows the line it starts on. The header row is in no range: the first
-// range starts right after it. A boundary lies right after a line end
-// outside quotes, never between a CR and its LF.
-//
-// The reader resynchronises after some faults at the next line end, which
-// may lie inside quotes; a file with such a fault (a quote inside an
-// unquoted cell, text after a closing quote, a quote never closed, a cell
-// longer than the reader takes) is refused, and read by one reader.
+// One sequential scan from byte 0 (CsvScanner) follows the quoting the way
+// CsvReader does and counts its lines, so that each range knows the line
+// it starts on. The header row is in no range: the first range starts
+// right after it. A file with a fault the scanner stops at is refused, and
+// read by one reader.
 //
 // Thread-safety: none.
 #ifndef STATTREE_TOOLS_CSV_SPLITTER_H_

@@ -66,10 +66,10 @@ CsvStats::CsvStats(CsvReader& reader, CsvRecord& record, const std::vector<bool>
                    const std::vector<bool>& forceText)
     : Stats(&record), reader_(reader), record_(record), used_(used), forceText_(forceText) {}
 
-void CsvStats::SetNodeLimit(long long maxNodes, const std::vector<int>& treeColumns) {
+void CsvStats::SetNodeLimit(long long maxNodes, const std::vector<int>& treeColumns, bool journal) {
   maxNodes_ = maxNodes;
   nodeCounter_.reset();
-  if (maxNodes > 0) nodeCounter_ = std::make_unique<NodeCounter>(treeColumns);
+  if (maxNodes > 0) nodeCounter_ = std::make_unique<NodeCounter>(treeColumns, journal);
 }
 
 bool CsvStats::Next() {

@@ -62,12 +62,16 @@ class CsvStats : public Stats {
   int GetRecordCount() override { return 0; }
 
   // At most `maxNodes` nodes (0: no limit); `treeColumns` from the root
-  // down.
-  void SetNodeLimit(long long maxNodes, const std::vector<int>& treeColumns);
+  // down. With `journal`, the counter keeps one (NodeCounter).
+  void SetNodeLimit(long long maxNodes, const std::vector<int>& treeColumns, bool journal = false);
   bool NodeLimitReached() const { return nodeLimitReached_; }
   // The nodes counted so far, the root included; 1 without a limit.
   long long GetCountedNodes() const {
     return nodeCounter_ != nullptr ? nodeCounter_->GetCount() : 1;
+  }
+  // The node counter's journal as bytes; empty without a limit or journal.
+  std::string SaveNodeJournal() const {
+    return nodeCounter_ != nullptr ? nodeCounter_->SaveJournal() : std::string();
   }
 
   // Shows the cells of the columns it audits to `warnings` (borrowed; may

@@ -79,6 +79,50 @@ TEST(NodeCounter, CountsAsTheEngineGrowsTheTree) {
   }
 }
 
+// Counters over consecutive parts, their journals merged in order, stop
+// at the record where one counter over all the rows passes the limit.
+TEST(NodeCounter, JournalsMergedInOrderStopWhereOneCounterStops) {
+  Rows rows;
+  for (int i = 0; i < 40; ++i) {
+    rows.push_back({"r" + std::to_string(i % 5 == 4 ? i : i % 3), "c" + std::to_string(i % 4)});
+  }
+  const std::vector<int> columns = {0, 1};
+  for (long long maxNodes : {3, 10, 20, 30, 1000}) {
+    // One counter: the record at which it passes, or -1.
+    NodeCounter one(columns);
+    long long stop = -1;
+    for (std::size_t r = 0; r < rows.size() && stop < 0; ++r) {
+      if (one.Add(rows[r]) > maxNodes) stop = static_cast<long long>(r);
+    }
+    for (std::size_t cut = 0; cut <= rows.size(); cut += 7) {
+      SCOPED_TRACE("limit " + std::to_string(maxNodes) + ", cut at " + std::to_string(cut));
+      NodeCounter merged(columns);
+      long long got = -1;
+      long long before = 0;
+      for (const auto& part :
+           {std::make_pair(std::size_t{0}, cut), std::make_pair(cut, rows.size())}) {
+        NodeCounter worker(columns, /*journal=*/true);
+        for (std::size_t r = part.first; r < part.second; ++r) worker.Add(rows[r]);
+        long long passedAt = -1;
+        ASSERT_TRUE(merged.MergeJournal(worker.SaveJournal(), maxNodes, passedAt));
+        if (passedAt >= 0) {
+          got = before + passedAt;
+          break;
+        }
+        before += static_cast<long long>(part.second - part.first);
+      }
+      EXPECT_EQ(got, stop);
+      if (stop < 0) {
+        EXPECT_EQ(merged.GetCount(), one.GetCount());
+      }
+    }
+  }
+  NodeCounter counter(columns);
+  long long passedAt = 0;
+  EXPECT_FALSE(counter.MergeJournal(std::string(12, 'x'), 0, passedAt));
+  EXPECT_EQ(counter.GetCount(), 1);
+}
+
 }  // namespace
 }  // namespace cli
 }  // namespace stattree

@@ -27,6 +27,11 @@ void ProgressBar::SetInputSize(std::function<long long()> position, long long to
 }
 
 void ProgressBar::StartNewTask(int) {
+  if (continueFrom_ >= 0) {
+    records_ = continueFrom_;
+    continueFrom_ = -1;
+    return;
+  }
   records_ = 0;
   start_ = lastDraw_ = std::chrono::steady_clock::now();
 }

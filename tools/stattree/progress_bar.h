@@ -36,6 +36,9 @@ class ProgressBar : public ProgressManager {
   // For records counted elsewhere (worker processes): the count so far,
   // drawn as IncrementProgress would.
   void Show(long long records);
+  // The next task goes on from `records` counted before it, on the same
+  // clock, rather than from zero.
+  void ContinueFrom(long long records) { continueFrom_ = records; }
   // Erases the status line, if one was drawn.
   void Clear();
   long long GetRecords() const { return records_; }
@@ -52,6 +55,7 @@ class ProgressBar : public ProgressManager {
   std::function<long long()> position_;
   long long totalBytes_ = -1;
   long long records_ = 0;
+  long long continueFrom_ = -1;
   bool drawn_ = false;
   std::chrono::steady_clock::time_point start_;
   std::chrono::steady_clock::time_point lastDraw_;

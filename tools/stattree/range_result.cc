@@ -12,6 +12,7 @@ std::string RangeResult::Pack() const {
   packer.PutSigned(records);
   packer.PutSigned(skippedRows);
   packer.PutSigned(nodes);
+  packer.PutText(nodeJournal);
   packer.PutText(warnings);
   packer.PutText(engine);
   return packer.Bytes();
@@ -27,7 +28,8 @@ bool RangeResult::Unpack(const std::string& bytes) {
   status = static_cast<Status>(code);
   return unpacker.GetText(message) && unpacker.GetSigned(records) &&
          unpacker.GetSigned(skippedRows) && unpacker.GetSigned(nodes) &&
-         unpacker.GetText(warnings) && unpacker.GetText(engine) && unpacker.AtEnd();
+         unpacker.GetText(nodeJournal) && unpacker.GetText(warnings) && unpacker.GetText(engine) &&
+         unpacker.AtEnd();
 }
 
 }  // namespace cli

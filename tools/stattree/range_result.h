@@ -1,7 +1,8 @@
 // RangeResult: how one worker's range of the input went, as the worker
 // sends it to the parent: the outcome (with the message the tool would
-// print for it), the counts, the warnings' state and the engine's
-// unfinalized results. Plain data; Pack and Unpack carry it over a pipe.
+// print for it), the counts, the warnings' state, the node counter's
+// journal and the engine's unfinalized results. Plain data; Pack and
+// Unpack carry it over a pipe.
 #ifndef STATTREE_TOOLS_RANGE_RESULT_H_
 #define STATTREE_TOOLS_RANGE_RESULT_H_
 
@@ -23,7 +24,8 @@ struct RangeResult {
   std::string message;
   long long records = 0;
   long long skippedRows = 0;
-  long long nodes = 1;  // as counted ahead of the engine, the root included
+  long long nodes = 1;      // as counted ahead of the engine, the root included
+  std::string nodeJournal;  // NodeCounter::SaveJournal, with a node limit
   std::string warnings;
   std::string engine;
 

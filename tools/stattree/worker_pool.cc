@@ -54,12 +54,25 @@ bool WorkerPool::Interrupted() { return sInterrupted != 0; }
 
 bool WorkerPool::Start(std::size_t parts, const Work& work) {
   Stop();
-  countsBytes_ = sizeof(Counts) * (parts == 0 ? 1 : parts);
+  for (std::size_t i = 0; i < parts; ++i) {
+    if (!Add(work)) {
+      Stop();
+      return false;
+    }
+  }
+  return true;
+}
+
+bool WorkerPool::Add(const Work& work) {
   void* shared =
-      mmap(nullptr, countsBytes_, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+      mmap(nullptr, sizeof(Counts), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
   if (shared == MAP_FAILED) return false;
-  counts_ = static_cast<Counts*>(shared);
-  for (std::size_t i = 0; i < parts; ++i) new (&counts_[i]) Counts();
+  auto* counts = new (shared) Counts();
+  int fds[2];
+  if (pipe2(fds, O_CLOEXEC) != 0) {
+    munmap(shared, sizeof(Counts));
+    return false;
+  }
   // Blocked across the fork, so that a Ctrl-C at that moment reaches the
   // worker's own handler rather than the copy of the parent's.
   sigset_t block;
@@ -69,39 +82,40 @@ bool WorkerPool::Start(std::size_t parts, const Work& work) {
   sigaddset(&block, SIGTERM);
   sigprocmask(SIG_BLOCK, &block, &saved);
   const pid_t parent = getpid();
-  bool started = true;
-  for (std::size_t i = 0; i < parts && started; ++i) {
-    int fds[2];
-    if (pipe2(fds, O_CLOEXEC) != 0) {
-      started = false;
-      break;
+  const pid_t pid = fork();
+  if (pid == 0) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != parent) _exit(1);
+    for (const Worker& w : workers_) {
+      if (w.fd >= 0) close(w.fd);
     }
-    const pid_t pid = fork();
-    if (pid == 0) {
-      prctl(PR_SET_PDEATHSIG, SIGKILL);
-      if (getppid() != parent) _exit(1);
-      for (const Worker& w : workers_) close(w.fd);
-      close(fds[0]);
-      struct sigaction action {};
-      sigemptyset(&action.sa_mask);
-      action.sa_handler = OnInterrupt;
-      sigaction(SIGINT, &action, nullptr);
-      action.sa_handler = OnTerminate;
-      sigaction(SIGTERM, &action, nullptr);
-      sigprocmask(SIG_SETMASK, &saved, nullptr);
-      RunWorker(i, fds[1], counts_[i], work);
-    }
-    close(fds[1]);
-    if (pid < 0) {
-      close(fds[0]);
-      started = false;
-      break;
-    }
-    workers_.push_back({pid, fds[0]});
+    close(fds[0]);
+    struct sigaction action {};
+    sigemptyset(&action.sa_mask);
+    action.sa_handler = OnInterrupt;
+    sigaction(SIGINT, &action, nullptr);
+    action.sa_handler = OnTerminate;
+    sigaction(SIGTERM, &action, nullptr);
+    sigprocmask(SIG_SETMASK, &saved, nullptr);
+    RunWorker(workers_.size(), fds[1], *counts, work);
   }
   sigprocmask(SIG_SETMASK, &saved, nullptr);
-  if (!started) Stop();
-  return started;
+  close(fds[1]);
+  if (pid < 0) {
+    close(fds[0]);
+    munmap(shared, sizeof(Counts));
+    return false;
+  }
+  workers_.push_back({pid, fds[0], counts});
+  return true;
+}
+
+void WorkerPool::Release(Worker& worker) {
+  if (worker.counts == nullptr) return;
+  releasedRecords_ += worker.counts->records.load(std::memory_order_relaxed);
+  releasedBytes_ += worker.counts->bytes.load(std::memory_order_relaxed);
+  munmap(worker.counts, sizeof(Counts));
+  worker.counts = nullptr;
 }
 
 void WorkerPool::RunWorker(std::size_t part, int fd, Counts& counts, const Work& work) {
@@ -165,6 +179,7 @@ bool WorkerPool::Take(std::string& answer, std::string& error, std::size_t part,
   while (waitpid(worker.pid, &status, 0) < 0 && errno == EINTR) {
   }
   worker.pid = -1;
+  Release(worker);
   if (!whole) {
     answer.clear();
     error =
@@ -174,17 +189,17 @@ bool WorkerPool::Take(std::string& answer, std::string& error, std::size_t part,
 }
 
 long long WorkerPool::GetRecords() const {
-  long long sum = 0;
-  for (std::size_t i = 0; i < workers_.size(); ++i) {
-    sum += counts_[i].records.load(std::memory_order_relaxed);
+  long long sum = releasedRecords_;
+  for (const Worker& w : workers_) {
+    if (w.counts != nullptr) sum += w.counts->records.load(std::memory_order_relaxed);
   }
   return sum;
 }
 
 long long WorkerPool::GetBytes() const {
-  long long sum = 0;
-  for (std::size_t i = 0; i < workers_.size(); ++i) {
-    sum += counts_[i].bytes.load(std::memory_order_relaxed);
+  long long sum = releasedBytes_;
+  for (const Worker& w : workers_) {
+    if (w.counts != nullptr) sum += w.counts->bytes.load(std::memory_order_relaxed);
   }
   return sum;
 }
@@ -204,10 +219,11 @@ void WorkerPool::Stop() {
       while (waitpid(w.pid, &status, 0) < 0 && errno == EINTR) {
       }
     }
+    if (w.counts != nullptr) munmap(w.counts, sizeof(Counts));
   }
   workers_.clear();
-  if (counts_ != nullptr) munmap(counts_, countsBytes_);
-  counts_ = nullptr;
+  releasedRecords_ = 0;
+  releasedBytes_ = 0;
 }
 
 }  // namespace cli

@@ -4,7 +4,9 @@
 // Processes, not threads: the library keeps one unsynchronised error
 // manager per process, so engines on several threads would have to take
 // turns for every call. A worker runs its part from a copy of the parent's
-// memory as it was at Start, and answers with one message over a pipe.
+// memory as it was when it was started (all at once with Start, or one
+// more with Add while earlier ones run), and answers with one message
+// over a pipe.
 // While it runs it publishes its record and byte counts in shared memory,
 // so that the parent can draw progress; the parent may stop the workers
 // with Interrupt (each then answers as cancelled).
@@ -68,12 +70,17 @@ class WorkerPool {
   // Forks one worker per part. False, with none left running, when the
   // system refuses a process, a pipe or the shared counts.
   bool Start(std::size_t parts, const Work& work);
+  // Forks a worker for the next part (parts are numbered from 0 in the
+  // order they are started). False, with that part not started and the
+  // others going on, when the system refuses it.
+  bool Add(const Work& work);
+  std::size_t GetStarted() const { return workers_.size(); }
   // Waits for the answer of `part`, calling `idle` about ten times a second
   // meanwhile. False when the worker ended without a whole answer; `error`
   // then says how it ended.
   bool Take(std::string& answer, std::string& error, std::size_t part,
             const std::function<void()>& idle);
-  // Sums over the workers, as published so far.
+  // Sums over the workers, as published so far (finished ones included).
   long long GetRecords() const;
   long long GetBytes() const;
   // Asks every worker still running to stop.
@@ -87,14 +94,17 @@ class WorkerPool {
  private:
   struct Worker {
     pid_t pid = -1;
-    int fd = -1;  // the read end of its answer pipe
+    int fd = -1;               // the read end of its answer pipe
+    Counts* counts = nullptr;  // shared with it until its answer is taken
   };
 
   [[noreturn]] static void RunWorker(std::size_t part, int fd, Counts& counts, const Work& work);
+  // Keeps a worker's last counts and lets its shared page go.
+  void Release(Worker& worker);
 
   std::vector<Worker> workers_;
-  Counts* counts_ = nullptr;
-  std::size_t countsBytes_ = 0;
+  long long releasedRecords_ = 0;
+  long long releasedBytes_ = 0;
 };
 
 }  // namespace cli

@@ -2,11 +2,15 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/ioctl.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <thread>
@@ -606,6 +610,127 @@ TEST(ToolThreads, FaultsAreReportedAsByOneThread) {
   EXPECT_EQ(zero.exitCode, 2);
   EXPECT_EQ(zero.err.rfind("stattree: error: --threads: Value 0 not in range 1 to 64", 0), 0u)
       << zero.err;
+}
+
+// Standard input, cut into blocks of `blockBytes` (STATTREE_BLOCK_BYTES,
+// so that small inputs make many blocks) for `threads` workers.
+ToolResult RunStdin(const std::string& csv, const std::string& job, int threads,
+                    const std::vector<std::string>& more = {}, long blockBytes = 0,
+                    const std::function<void(const Child&)>& feed = nullptr) {
+  std::vector<std::string> args = {"run", "-", "--job", job, "--threads", std::to_string(threads)};
+  args.insert(args.end(), more.begin(), more.end());
+  if (blockBytes > 0) setenv("STATTREE_BLOCK_BYTES", std::to_string(blockBytes).c_str(), 1);
+  ToolResult r = RunTool(
+      args, feed ? feed : [&csv](const Child& c) { c.Write(csv); });
+  unsetenv("STATTREE_BLOCK_BYTES");
+  return r;
+}
+
+// Blocks cut at any byte (quoted line breaks, CRLF, blank lines) print
+// what one reader prints: text exactly, JSON but for the last digits.
+TEST(ToolStdinBlocks, ReportEqualsOneThreadsReport) {
+  ScratchDir dir;
+  const std::string examples = STATTREE_EXAMPLES_DIR;
+  const struct {
+    std::string csv;
+    std::string job;
+    long blockBytes;
+    std::vector<int> threads;
+  } kCases[] = {
+      {ReadFile(examples + "/sales.csv"), examples + "/sales.json", 256 << 10, {2, 3}},
+      {ThreadsCsv(400), dir.Write("j.json", kThreadsJob), 300, {2, 3}},
+      {ThreadsCsv(400), dir.Path("j.json"), 97, {3}},
+  };
+  for (const auto& c : kCases) {
+    for (const char* format : {"text", "json"}) {
+      const ToolResult one = RunStdin(c.csv, c.job, 1, {"--format", format});
+      ASSERT_EQ(one.exitCode, 0) << one.err;
+      for (int threads : c.threads) {
+        SCOPED_TRACE(std::string(format) + ", threads " + std::to_string(threads) + ", blocks of " +
+                     std::to_string(c.blockBytes));
+        const ToolResult many = RunStdin(c.csv, c.job, threads, {"--format", format}, c.blockBytes);
+        ASSERT_EQ(many.exitCode, 0) << many.err;
+        EXPECT_EQ(many.err, one.err);
+        if (std::string(format) == "text") {
+          EXPECT_EQ(many.out, one.out);
+        } else {
+          ExpectSameReport(Parse(many), Parse(one));
+        }
+      }
+    }
+  }
+}
+
+// Bad rows, broken quoting mid-stream (the rest is read by one reader) or
+// at the end, and --max-nodes past the limit before or after a bad row: the
+// same message, line, record and exit code as one reader, or with
+// --skip-bad-rows the same report and count.
+TEST(ToolStdinBlocks, FaultsAreReportedAsByOneThread) {
+  ScratchDir dir;
+  const std::string job = dir.Write("j.json", kThreadsJob);
+  const std::string bad = ThreadsCsv(400, {230, 231, 390});
+  // A region met nowhere before, late; and broken quoting before it.
+  std::string late = ThreadsCsv(400);
+  late.insert(late.find("\nNorth,", late.size() * 3 / 4) + 1, "Zed,1,Web,2024\n");
+  std::string broken = late;
+  broken.insert(broken.find("\nNorth,", broken.size() / 2) + 1, "North,1\"x,Web,2024\n");
+  const std::string unclosed = ThreadsCsv(400) + "North,\"1\n";
+  const std::vector<std::string> kNone;
+  const struct {
+    std::string csv;
+    std::vector<std::string> args;
+    int exitCode;
+    std::string errStart;
+  } kCases[] = {
+      {bad, kNone, 1, "stattree: error: <stdin>: line "},
+      {bad, {"--skip-bad-rows"}, 0, "stattree: warning: <stdin>: skipped 3 bad rows\n"},
+      {broken, kNone, 1, "stattree: error: <stdin>: line "},
+      {broken, {"--skip-bad-rows"}, 0, "stattree: warning: <stdin>: skipped 1 bad row\n"},
+      {unclosed, kNone, 1, "stattree: error: <stdin>: line "},
+      // The tree has 13 nodes until Zed's row adds 2.
+      {bad, {"--max-nodes", "12"}, 1, "stattree: error: <stdin>: record "},
+      {bad, {"--max-nodes", "13"}, 1, "stattree: error: <stdin>: line "},
+      {late, {"--max-nodes", "13"}, 1, "stattree: error: <stdin>: record "},
+      {broken, {"--max-nodes", "13", "--skip-bad-rows"}, 1, "stattree: error: <stdin>: record "},
+  };
+  for (const auto& c : kCases) {
+    SCOPED_TRACE(c.errStart);
+    const ToolResult one = RunStdin(c.csv, job, 1, c.args);
+    EXPECT_EQ(one.exitCode, c.exitCode) << one.err;
+    EXPECT_EQ(one.err.rfind(c.errStart, 0), 0u) << one.err;
+    for (long blockBytes : {150, 1000}) {
+      const ToolResult many = RunStdin(c.csv, job, 2, c.args, blockBytes);
+      EXPECT_EQ(many.exitCode, one.exitCode);
+      EXPECT_EQ(many.err, one.err);
+      EXPECT_EQ(many.out, one.out);
+    }
+  }
+}
+
+// Ctrl-C while blocks are read: exit 130, no report, and no worker left
+// behind (an unreaped one would be handed to this process, its subreaper).
+TEST(ToolStdinBlocks, InterruptLeavesNoWorker) {
+  ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
+  ScratchDir dir;
+  const ToolResult r =
+      RunStdin("", dir.Write("j.json", kThreadsJob), 2, {}, 1000, [](const Child& c) {
+        c.Write(ThreadsCsv(2000));
+        for (int i = 0, pending = 1; i < 500 && pending != 0; ++i) {
+          if (ioctl(c.stdinFd, FIONREAD, &pending) != 0) break;
+          std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        kill(c.pid, SIGINT);
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        c.Write("North,1,Web,2023\n");
+      });
+  EXPECT_EQ(r.exitCode, 130) << r.err;
+  EXPECT_EQ(r.out, "");
+  EXPECT_EQ(r.err.rfind("stattree: cancelled after ", 0), 0u) << r.err;
+  int status = 0;
+  EXPECT_EQ(waitpid(-1, &status, WNOHANG), -1);
+  EXPECT_EQ(errno, ECHILD);
+  prctl(PR_SET_CHILD_SUBREAPER, 0);
 }
 
 // A million rows through standard input: memory stays flat.
