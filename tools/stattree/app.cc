@@ -182,6 +182,9 @@ class Runner {
   std::unique_ptr<CsvStats> NewEngine(CsvReader& reader, CsvRecord& record,
                                       WarningCollector* warnings, bool nodeJournal = false);
   void WarnSkipped() const;
+  // The end of a run whose parts are all merged into stats_: finalized and
+  // counted, or the cancel reported.
+  int FinishMerged(long long records, long long skippedRows, bool cancelled);
   int Collect(Report& report);
   int Fits();
   int WriteReport(const Report& report);
@@ -388,16 +391,7 @@ int Runner::ProcessRanges(const std::vector<CsvRange>& ranges) {
     }
   }
   progress.Clear();
-  if (cancelled || Cancelled()) {
-    err_ << "stattree: cancelled after " << records << " records; no report written\n";
-    return App::kExitCancelled;
-  }
-  Stats::ClearError();
-  if (!stats_->Finalize()) return Fail(dataName_, "processing failed: " + LibraryError::TakeText());
-  records_ = records;
-  skippedRows_ = skippedRows;
-  WarnSkipped();
-  return App::kExitOk;
+  return FinishMerged(records, skippedRows, cancelled || Cancelled());
 }
 
 int Runner::ProcessBlocks() {
@@ -543,7 +537,11 @@ int Runner::ProcessBlocks() {
   if (Cancelled()) idle();
   if (!takeAll()) return code;
   progress.Clear();
-  if (cancelled || Cancelled()) {
+  return FinishMerged(records, skippedRows, cancelled || Cancelled());
+}
+
+int Runner::FinishMerged(long long records, long long skippedRows, bool cancelled) {
+  if (cancelled) {
     err_ << "stattree: cancelled after " << records << " records; no report written\n";
     return App::kExitCancelled;
   }

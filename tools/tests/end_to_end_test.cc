@@ -505,6 +505,19 @@ void ExpectSameReport(const json& got, const json& want, const std::string& path
   }
 }
 
+// A run with several workers against one reader's run of the same input:
+// successful, the same messages, the text report exactly, the JSON one but
+// for the last digits of reals.
+void ExpectSameRun(const ToolResult& many, const ToolResult& one, const std::string& format) {
+  ASSERT_EQ(many.exitCode, 0) << many.err;
+  EXPECT_EQ(many.err, one.err);
+  if (format == "text") {
+    EXPECT_EQ(many.out, one.out);
+  } else {
+    ExpectSameReport(Parse(many), Parse(one));
+  }
+}
+
 // Rows of every shape: quoted cells with delimiters and line breaks, LF,
 // CRLF and lone CR line ends, blank lines, text among the numbers; `bad`
 // rows (by position) have a cell too many.
@@ -559,14 +572,7 @@ TEST(ToolThreads, ReportEqualsOneThreadsReport) {
         << one.err;
     for (int threads : {2, 3, 7}) {
       SCOPED_TRACE(std::string(format) + ", threads " + std::to_string(threads));
-      const ToolResult many = RunThreads(csv, job, threads, {"--format", format});
-      ASSERT_EQ(many.exitCode, 0) << many.err;
-      EXPECT_EQ(many.err, one.err);
-      if (std::string(format) == "text") {
-        EXPECT_EQ(many.out, one.out);
-      } else {
-        ExpectSameReport(Parse(many), Parse(one));
-      }
+      ExpectSameRun(RunThreads(csv, job, threads, {"--format", format}), one, format);
     }
   }
 }
@@ -648,14 +654,8 @@ TEST(ToolStdinBlocks, ReportEqualsOneThreadsReport) {
       for (int threads : c.threads) {
         SCOPED_TRACE(std::string(format) + ", threads " + std::to_string(threads) + ", blocks of " +
                      std::to_string(c.blockBytes));
-        const ToolResult many = RunStdin(c.csv, c.job, threads, {"--format", format}, c.blockBytes);
-        ASSERT_EQ(many.exitCode, 0) << many.err;
-        EXPECT_EQ(many.err, one.err);
-        if (std::string(format) == "text") {
-          EXPECT_EQ(many.out, one.out);
-        } else {
-          ExpectSameReport(Parse(many), Parse(one));
-        }
+        ExpectSameRun(RunStdin(c.csv, c.job, threads, {"--format", format}, c.blockBytes), one,
+                      format);
       }
     }
   }
