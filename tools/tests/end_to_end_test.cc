@@ -462,22 +462,27 @@ TEST(ToolRun, CsvReportIsOneTidyTable) {
             ",b,ch,EnumCount,channel,,,true,,N/A (empty),0,ok,1\r\n");
 }
 
+// Waits until the tool has taken what was written (its handler is
+// installed by then), lets it work for `settleMs`, interrupts it while it
+// waits for more, then offers one row more.
+void InterruptWhileWaiting(const Child& c, int settleMs) {
+  for (int i = 0, pending = 1; i < 500 && pending != 0; ++i) {
+    if (ioctl(c.stdinFd, FIONREAD, &pending) != 0) break;
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  std::this_thread::sleep_for(std::chrono::milliseconds(settleMs));
+  kill(c.pid, SIGINT);
+  std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  c.Write("North,1,Web,2023\n");
+}
+
 // Ctrl-C while the engine waits for records: exit 130, no report.
 TEST(ToolCancel, InterruptExits130WithoutReport) {
   ScratchDir dir;
   const ToolResult r =
       RunTool({"run", "-", "--job", dir.Write("job.json", kJob)}, [](const Child& c) {
         c.Write(kSales);
-        // Wait until the tool has taken the rows (its handler is installed by
-        // then), then interrupt it while it waits for more.
-        for (int i = 0, pending = 1; i < 500 && pending != 0; ++i) {
-          if (ioctl(c.stdinFd, FIONREAD, &pending) != 0) break;
-          std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(200));
-        kill(c.pid, SIGINT);
-        std::this_thread::sleep_for(std::chrono::milliseconds(200));
-        c.Write("North,1,Web,2023\n");
+        InterruptWhileWaiting(c, 200);
       });
   EXPECT_EQ(r.exitCode, 130) << r.err;
   EXPECT_EQ(r.out, "");
@@ -715,14 +720,7 @@ TEST(ToolStdinBlocks, InterruptLeavesNoWorker) {
   const ToolResult r =
       RunStdin("", dir.Write("j.json", kThreadsJob), 2, {}, 1000, [](const Child& c) {
         c.Write(ThreadsCsv(2000));
-        for (int i = 0, pending = 1; i < 500 && pending != 0; ++i) {
-          if (ioctl(c.stdinFd, FIONREAD, &pending) != 0) break;
-          std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        kill(c.pid, SIGINT);
-        std::this_thread::sleep_for(std::chrono::milliseconds(200));
-        c.Write("North,1,Web,2023\n");
+        InterruptWhileWaiting(c, 100);
       });
   EXPECT_EQ(r.exitCode, 130) << r.err;
   EXPECT_EQ(r.out, "");
