@@ -68,8 +68,7 @@ class CsvBlockReader {
   long long pendingOffset_ = 0;  // where pending_ starts in the stream
   long long blockStart_ = -1;    // where the next block starts; -1 before the header's end
   long long blockLine_ = 1;
-  bool cut_ = false;  // a block was handed out
-  bool ended_ = false;
+  bool cut_ = false;              // a block was handed out
   Status final_ = Status::Block;  // End or Rest once reached
 };
 
