@@ -10,13 +10,17 @@ void ValueRecord::Add(int column, const Variant& value) {
 }
 
 bool ValueRecord::GetValue(Variant& value, int colNum) const {
+  const Variant* held = Find(colNum);
+  if (held == nullptr) return false;
+  value = *held;
+  return true;
+}
+
+const Variant* ValueRecord::Find(int colNum) const {
   for (const auto& held : values) {
-    if (held.first == colNum) {
-      value = held.second;
-      return true;
-    }
+    if (held.first == colNum) return &held.second;
   }
-  return false;
+  return nullptr;
 }
 
 bool ValueRecord::GetError(int& /*code*/, int& /*second*/, std::string& /*message*/,

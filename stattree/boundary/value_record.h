@@ -29,6 +29,8 @@ class ValueRecord final : public StatsRecord {
   void Clear() { values.clear(); }
 
   bool GetValue(Variant& value, int colNum) const override;
+  // The value held for `colNum`, or null: read without a copy.
+  const Variant* Find(int colNum) const;
   bool GetError(int& code, int& second, std::string& message, bool& flag) const override;
 
  private:

@@ -371,6 +371,33 @@ bool GroupingResults::FindSetOf(std::size_t& position, bool& found, const StatsR
   return true;
 }
 
+bool GroupingResults::FindSetOfValues(std::size_t& position, bool& found,
+                                      const ValueRecord& values) {
+  // A plain "=" set matches exactly when each of its values equals the one
+  // held, which its test would read and decide the same way. Any other set,
+  // a value not held (its test reports the failed read) or an error already
+  // set leaves the decision to FindSetOf.
+  if (groupings.size() > kLinearSets || IsErrorSet()) return FindSetOf(position, found, values);
+  for (std::size_t i = 0; i < groupings.size(); ++i) {
+    std::size_t count = 0;
+    const CriteriaTerm* terms = KeyTerms(groupings[i].GetCriteria(), count);
+    if (terms == nullptr) return FindSetOf(position, found, values);
+    bool match = true;
+    for (std::size_t t = 0; t < count; ++t) {
+      const Variant* held = values.Find(terms[t].column);
+      if (held == nullptr) return FindSetOf(position, found, values);
+      match = match && held->IsStringEquivalentTo(terms[t].value);
+    }
+    if (match) {
+      position = i;
+      found = true;
+      return true;
+    }
+  }
+  found = false;
+  return true;
+}
+
 bool GroupingResults::MergeFrom(const GroupingResults& later) {
   const StatsSet* laterTotals = later.GetTotalsStatsSet();
   if (!totals.HoldsSameStatistics(*laterTotals)) return false;
@@ -382,7 +409,7 @@ bool GroupingResults::MergeFrom(const GroupingResults& later) {
   for (const StatsSet& set : later.groupings) {
     std::size_t position = 0;
     bool found = false;
-    if (!ValuesOf(set, values) || !FindSetOf(position, found, values)) return false;
+    if (!ValuesOf(set, values) || !FindSetOfValues(position, found, values)) return false;
     if (!found) {
       // Its first record would have made the same set here, after ours.
       groupings.push_back(*prototype);
@@ -438,7 +465,7 @@ bool GroupingResults::LoadResults(BinaryReader& in) {
     std::size_t position = 0;
     bool found = false;
     // Two sets of one combination are never saved.
-    if (!FindSetOf(position, found, values) || found) return in.Fail();
+    if (!FindSetOfValues(position, found, values) || found) return in.Fail();
     groupings.push_back(*prototype);
     if (!groupings.back().SetGroupingValues(values)) return in.Fail();
     if (!groupings.back().LoadResults(in)) return false;

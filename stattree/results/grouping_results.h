@@ -48,6 +48,7 @@ class BinaryWriter;
 class Criteria;
 class DefinitionCopies;
 class StatsDefn;
+class ValueRecord;
 
 class STATTREE_EXPORT GroupingResults {
  public:
@@ -95,6 +96,9 @@ class STATTREE_EXPORT GroupingResults {
   // scan, index or the walk; false when a membership test failed with an
   // error.
   bool FindSetOf(std::size_t& position, bool& found, const StatsRecord& record);
+  // The same for a merged or loaded set's values: among few plain "=" sets
+  // by comparing them, without a test per set.
+  bool FindSetOfValues(std::size_t& position, bool& found, const ValueRecord& values);
   void CopyDataMembers(const GroupingResults& other);
 
   struct SetIndex;

@@ -3,6 +3,7 @@
 #include <climits>
 #include <cstdint>
 #include <typeinfo>
+#include <utility>
 #include <vector>
 
 #include "stattree/statistics/enum_result.h"
@@ -30,16 +31,26 @@ enum Tag : std::uint8_t {
 constexpr float kCounterLimit = 16777216.0F;
 
 Tag TagOf(const StatsResult& result) {
+  static const std::pair<const std::type_info*, Tag> kTags[] = {
+      {&typeid(CountResult), kCount},
+      {&typeid(CountValidResult), kCountValid},
+      {&typeid(MinResult), kMin},
+      {&typeid(MaxResult), kMax},
+      {&typeid(SumResult), kSum},
+      {&typeid(AverageResult), kAverage},
+      {&typeid(StdDevResult), kStdDev},
+      {&typeid(EnumResult), kEnum},
+      {&typeid(EnumPercentResult), kEnumPercent},
+  };
   const std::type_info& type = typeid(result);
-  if (type == typeid(CountResult)) return kCount;
-  if (type == typeid(CountValidResult)) return kCountValid;
-  if (type == typeid(MinResult)) return kMin;
-  if (type == typeid(MaxResult)) return kMax;
-  if (type == typeid(SumResult)) return kSum;
-  if (type == typeid(AverageResult)) return kAverage;
-  if (type == typeid(StdDevResult)) return kStdDev;
-  if (type == typeid(EnumResult)) return kEnum;
-  if (type == typeid(EnumPercentResult)) return kEnumPercent;
+  // By address first: the library makes its accumulators, so this is the
+  // usual answer, without the name comparisons of type_info's ==.
+  for (const auto& [info, tag] : kTags) {
+    if (&type == info) return tag;
+  }
+  for (const auto& [info, tag] : kTags) {
+    if (type == *info) return tag;
+  }
   return kNoTag;
 }
 
