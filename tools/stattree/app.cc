@@ -182,6 +182,8 @@ class Runner {
   std::unique_ptr<CsvStats> NewEngine(CsvReader& reader, CsvRecord& record,
                                       WarningCollector* warnings, bool nodeJournal = false);
   void WarnSkipped() const;
+  // While workers run: passes a Ctrl-C on to them once, draws their count.
+  void ShowWorkers(WorkerPool& pool, ProgressBar& progress, bool& interrupted) const;
   // The end of a run whose parts are all merged into stats_: finalized and
   // counted, or the cancel reported.
   int FinishMerged(long long records, long long skippedRows, bool cancelled);
@@ -329,13 +331,7 @@ int Runner::ProcessRanges(const std::vector<CsvRange>& ranges) {
   progress.SetInputSize([&pool, headerBytes] { return headerBytes + pool.GetBytes(); },
                         source_.GetSize());
   bool interrupted = false;
-  auto idle = [&] {
-    if (Cancelled() && !interrupted) {
-      interrupted = true;
-      pool.Interrupt();
-    }
-    progress.Show(pool.GetRecords());
-  };
+  auto idle = [&] { ShowWorkers(pool, progress, interrupted); };
   auto fail = [&](const std::string& file, const std::string& message) {
     progress.Clear();
     return Fail(file, message);
@@ -410,13 +406,7 @@ int Runner::ProcessBlocks() {
   WorkerPool pool;
   ProgressBar progress(stderr, !options_.quiet && isatty(STDERR_FILENO) != 0, cancel_);
   bool interrupted = false;
-  auto idle = [&] {
-    if (Cancelled() && !interrupted) {
-      interrupted = true;
-      pool.Interrupt();
-    }
-    progress.Show(pool.GetRecords());
-  };
+  auto idle = [&] { ShowWorkers(pool, progress, interrupted); };
   int code = App::kExitOk;
   auto fail = [&](const std::string& message) {
     progress.Clear();
@@ -538,6 +528,14 @@ int Runner::ProcessBlocks() {
   if (!takeAll()) return code;
   progress.Clear();
   return FinishMerged(records, skippedRows, cancelled || Cancelled());
+}
+
+void Runner::ShowWorkers(WorkerPool& pool, ProgressBar& progress, bool& interrupted) const {
+  if (Cancelled() && !interrupted) {
+    interrupted = true;
+    pool.Interrupt();
+  }
+  progress.Show(pool.GetRecords());
 }
 
 int Runner::FinishMerged(long long records, long long skippedRows, bool cancelled) {

@@ -11,6 +11,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <initializer_list>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <thread>
@@ -582,6 +583,34 @@ TEST(ToolThreads, ReportEqualsOneThreadsReport) {
   }
 }
 
+// An input that ends in a fault (or, with --skip-bad-rows, a warning).
+struct FaultCase {
+  std::string csv;
+  std::vector<std::string> args;
+  int exitCode;
+  std::string errStart;
+};
+
+// Each case read by one reader (`run(c, 0)`) ends with `exitCode` and a
+// message starting `errStart`; with workers (`run(c, v)` for each of
+// `variants`) it ends the same, byte for byte.
+template <std::size_t N, class Run>
+void ExpectFaultsAsOneReader(const FaultCase (&cases)[N], std::initializer_list<int> variants,
+                             Run run) {
+  for (const FaultCase& c : cases) {
+    SCOPED_TRACE(c.errStart);
+    const ToolResult one = run(c, 0);
+    EXPECT_EQ(one.exitCode, c.exitCode) << one.err;
+    EXPECT_EQ(one.err.rfind(c.errStart, 0), 0u) << one.err;
+    for (int variant : variants) {
+      const ToolResult many = run(c, variant);
+      EXPECT_EQ(many.exitCode, one.exitCode);
+      EXPECT_EQ(many.err, one.err);
+      EXPECT_EQ(many.out, one.out);
+    }
+  }
+}
+
 // Faults in later ranges: the same message, line and exit code, or with
 // --skip-bad-rows the same report and count; --max-nodes words the record.
 TEST(ToolThreads, FaultsAreReportedAsByOneThread) {
@@ -591,12 +620,7 @@ TEST(ToolThreads, FaultsAreReportedAsByOneThread) {
   const std::string unclosed = dir.Write("open.csv", ThreadsCsv(400) + "North,\"1\n");
   const std::string good = dir.Write("good.csv", ThreadsCsv(400));
   const std::vector<std::string> kNone;
-  const struct {
-    std::string csv;
-    std::vector<std::string> args;
-    int exitCode;
-    std::string errStart;
-  } kCases[] = {
+  const FaultCase kCases[] = {
       {bad, kNone, 1, "stattree: error: " + bad + ": line "},
       {bad, {"--skip-bad-rows"}, 0, "stattree: warning: " + bad + ": skipped 3 bad rows\n"},
       {unclosed, kNone, 1, "stattree: error: " + unclosed + ": line "},
@@ -605,18 +629,10 @@ TEST(ToolThreads, FaultsAreReportedAsByOneThread) {
       {bad, {"--max-nodes", "9"}, 1, "stattree: error: " + bad + ": record "},
       {bad, {"--max-nodes", "20"}, 1, "stattree: error: " + bad + ": line "},
   };
-  for (const auto& c : kCases) {
-    SCOPED_TRACE(c.errStart);
-    const ToolResult one = RunThreads(c.csv, job, 1, c.args);
-    EXPECT_EQ(one.exitCode, c.exitCode) << one.err;
-    EXPECT_EQ(one.err.rfind(c.errStart, 0), 0u) << one.err;
-    for (int threads : {2, 3}) {
-      const ToolResult many = RunThreads(c.csv, job, threads, c.args);
-      EXPECT_EQ(many.exitCode, one.exitCode);
-      EXPECT_EQ(many.err, one.err);
-      EXPECT_EQ(many.out, one.out);
-    }
-  }
+  // 0: one reader.
+  ExpectFaultsAsOneReader(kCases, {2, 3}, [&](const FaultCase& c, int threads) {
+    return RunThreads(c.csv, job, threads == 0 ? 1 : threads, c.args);
+  });
   const ToolResult zero = RunThreads(good, job, 0);
   EXPECT_EQ(zero.exitCode, 2);
   EXPECT_EQ(zero.err.rfind("stattree: error: --threads: Value 0 not in range 1 to 64", 0), 0u)
@@ -681,12 +697,7 @@ TEST(ToolStdinBlocks, FaultsAreReportedAsByOneThread) {
   broken.insert(broken.find("\nNorth,", broken.size() / 2) + 1, "North,1\"x,Web,2024\n");
   const std::string unclosed = ThreadsCsv(400) + "North,\"1\n";
   const std::vector<std::string> kNone;
-  const struct {
-    std::string csv;
-    std::vector<std::string> args;
-    int exitCode;
-    std::string errStart;
-  } kCases[] = {
+  const FaultCase kCases[] = {
       {bad, kNone, 1, "stattree: error: <stdin>: line "},
       {bad, {"--skip-bad-rows"}, 0, "stattree: warning: <stdin>: skipped 3 bad rows\n"},
       {broken, kNone, 1, "stattree: error: <stdin>: line "},
@@ -698,18 +709,11 @@ TEST(ToolStdinBlocks, FaultsAreReportedAsByOneThread) {
       {late, {"--max-nodes", "13"}, 1, "stattree: error: <stdin>: record "},
       {broken, {"--max-nodes", "13", "--skip-bad-rows"}, 1, "stattree: error: <stdin>: record "},
   };
-  for (const auto& c : kCases) {
-    SCOPED_TRACE(c.errStart);
-    const ToolResult one = RunStdin(c.csv, job, 1, c.args);
-    EXPECT_EQ(one.exitCode, c.exitCode) << one.err;
-    EXPECT_EQ(one.err.rfind(c.errStart, 0), 0u) << one.err;
-    for (long blockBytes : {150, 1000}) {
-      const ToolResult many = RunStdin(c.csv, job, 2, c.args, blockBytes);
-      EXPECT_EQ(many.exitCode, one.exitCode);
-      EXPECT_EQ(many.err, one.err);
-      EXPECT_EQ(many.out, one.out);
-    }
-  }
+  // 0: one reader; otherwise two workers on blocks of that many bytes.
+  ExpectFaultsAsOneReader(kCases, {150, 1000}, [&](const FaultCase& c, int blockBytes) {
+    return blockBytes == 0 ? RunStdin(c.csv, job, 1, c.args)
+                           : RunStdin(c.csv, job, 2, c.args, blockBytes);
+  });
 }
 
 // Ctrl-C while blocks are read: exit 130, no report, and no worker left
