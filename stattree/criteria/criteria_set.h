@@ -62,6 +62,12 @@ class STATTREE_EXPORT CriteriaSet {
   // -1 when none does (still true). False only when a test failed with an
   // error held.
   bool RecordMeetsCriteria(int& index, const StatsRecord& record);
+  // What RecordMeetsCriteria answers on the cache's current record, without
+  // the call, once it has run on that record (false when it has not). Only
+  // while no error is held: RecordMeetsCriteria would then look again.
+  bool KnownBin(const RecordCache& cache, int& index) const {
+    return cache.FindAnswer(currentBin, index);
+  }
 
   // Whether RecordMeetsCriteria on the cache's current record is sure to
   // succeed: the list is flattened and every column it reads reads (the

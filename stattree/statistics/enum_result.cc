@@ -61,7 +61,10 @@ StatsResult* EnumResult::Clone() { return CloneOf(*this); }
 bool EnumResult::ProcessRecord(const StatsRecord& record) {
   if (criteriaSet == nullptr) return CriteriaConfigError(kLocProcessNoSet);
   // Virtual, so that the percent class learns whether the record matched.
-  const int index = GetRecordEnumIndex(record);
+  return CountBin(GetRecordEnumIndex(record), record);
+}
+
+bool EnumResult::CountBin(int index, const StatsRecord& record) {
   // Kept: any error held, even one left from an earlier operation, fails
   // the record.
   if (IsErrorSet()) return DumpLocation(kLocProcessErrorHeld);
@@ -219,7 +222,15 @@ EnumPercentResult& EnumPercentResult::operator=(const EnumPercentResult& other) 
 StatsResult* EnumPercentResult::Clone() { return CloneOf(*this); }
 
 bool EnumPercentResult::ProcessRecord(const StatsRecord& record) {
-  if (!EnumResult::ProcessRecord(record)) return DumpLocation(kLocPercentProcess);
+  if (criteriaSet == nullptr) {
+    CriteriaConfigError(kLocProcessNoSet);
+    return DumpLocation(kLocPercentProcess);
+  }
+  return CountMatched(GetRecordEnumIndex(record), record);
+}
+
+bool EnumPercentResult::CountMatched(int index, const StatsRecord& record) {
+  if (!CountBin(index, record)) return DumpLocation(kLocPercentProcess);
   // Records of no bin, empty or not, stay outside the base.
   if (matched) AddOne(total);
   return true;

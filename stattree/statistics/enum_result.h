@@ -36,14 +36,14 @@
 #include <string>
 #include <vector>
 
+#include "stattree/boundary/record_cache.h"
 #include "stattree/boundary/stats_record.h"
 #include "stattree/boundary/variant.h"
+#include "stattree/criteria/criteria_set.h"
 #include "stattree/definitions/stats_defn.h"
 #include "stattree/statistics/stats_result.h"
 
 namespace stattree {
-
-class CriteriaSet;
 
 class EnumResult : public StatsResult {
  public:
@@ -97,6 +97,17 @@ class EnumResult : public StatsResult {
   // 11430 when no set is configured.
   int FindEnumIndex(const std::string& text) const;
 
+  // ProcessRecord on the cache's current record once the criteria set has
+  // found its bin (CriteriaSet::KnownBin, so only while no error is held):
+  // false, nothing done, when it has not; else ProcessRecord's answer in
+  // `taken`.
+  bool TakeKnownBin(const RecordCache& cache, bool& taken) {
+    int index = 0;
+    if (!KnownBin(cache, index)) return false;
+    taken = CountBin(index, cache);
+    return true;
+  }
+
   // Error 11430, then `location`; false.
   static bool CriteriaConfigError(int location);
   // Error 11440 with "index,count", then `location`; false.
@@ -104,6 +115,14 @@ class EnumResult : public StatsResult {
 
  protected:
   friend class ResultState;
+  // The record's bin as GetRecordEnumIndex gives it, when known already.
+  bool KnownBin(const RecordCache& cache, int& index) const {
+    if (criteriaSet == nullptr || !criteriaSet->KnownBin(cache, index)) return false;
+    if (index == -1) index = NoMatchIndex;
+    return true;
+  }
+  // ProcessRecord once GetRecordEnumIndex gave `index`.
+  bool CountBin(int index, const StatsRecord& record);
   // The dump's frame both kinds share; `writeBin(i)` writes bin i's line.
   template <typename WriteBin>
   void DumpBins(std::ostream& os, WriteBin&& writeBin);
@@ -137,7 +156,19 @@ class EnumPercentResult : public EnumResult {
   bool GetEnumResult(Variant& value, int index) override;
   int GetRecordEnumIndex(const StatsRecord& record) override;
 
+  // As EnumResult's.
+  bool TakeKnownBin(const RecordCache& cache, bool& taken) {
+    int index = 0;
+    if (!KnownBin(cache, index)) return false;
+    matched = index != NoMatchIndex;
+    taken = CountMatched(index, cache);
+    return true;
+  }
+
  private:
+  // ProcessRecord once GetRecordEnumIndex gave `index`.
+  bool CountMatched(int index, const StatsRecord& record);
+
   friend class ResultState;
   int total = 0;        // records that landed in a bin
   bool matched = true;  // whether the last lookup found a bin

@@ -10,17 +10,7 @@ namespace stattree {
 
 namespace {
 
-// Locations of a failed record read, one per class.
-constexpr int kLocCountValidRead = 11360;
-constexpr int kLocSumRead = 11370;
-constexpr int kLocMinRead = 11380;
-constexpr int kLocMaxRead = 11390;
-constexpr int kLocAverageRead = 11400;
-constexpr int kLocStdDevRead = 11410;
-
 constexpr const char* kResultLabel = "            Result    : ";
-
-bool IsUsable(const Variant& value) { return value.IsValid() && !value.IsEmpty(); }
 
 }  // namespace
 
@@ -36,10 +26,7 @@ CountResult& CountResult::operator=(const CountResult& other) {
 
 StatsResult* CountResult::Clone() { return CloneOf(*this); }
 
-bool CountResult::ProcessRecord(const StatsRecord& /*record*/) {
-  AddOne(count);
-  return true;
-}
+bool CountResult::ProcessRecord(const StatsRecord& /*record*/) { return Take(); }
 
 bool CountResult::GetResult(Variant& value) {
   value = Variant(count);
@@ -63,10 +50,7 @@ StatsResult* CountValidResult::Clone() { return CloneOf(*this); }
 
 bool CountValidResult::ProcessRecord(const StatsRecord& record) {
   Variant scratch;
-  const Variant* value = ReadValue(scratch, record, kLocCountValidRead);
-  if (value == nullptr) return false;
-  if (IsUsable(*value)) AddOne(count);
-  return true;
+  return Take(ReadColumn(record, column, scratch), record);
 }
 
 bool CountValidResult::GetResult(Variant& value) {
@@ -95,11 +79,7 @@ StatsResult* ExtremeResult<kType>::Clone() {
 template <StatsDefn::StatsType kType>
 bool ExtremeResult<kType>::ProcessRecord(const StatsRecord& record) {
   Variant scratch;
-  const Variant* value =
-      ReadValue(scratch, record, kType == StatsDefn::Min ? kLocMinRead : kLocMaxRead);
-  if (value == nullptr) return false;
-  if (Beats(*value, extreme)) extreme = *value;
-  return true;
+  return Take(ReadColumn(record, column, scratch), record);
 }
 
 template <StatsDefn::StatsType kType>
@@ -130,12 +110,7 @@ StatsResult* SumResult::Clone() { return CloneOf(*this); }
 
 bool SumResult::ProcessRecord(const StatsRecord& record) {
   Variant scratch;
-  const Variant* value = ReadValue(scratch, record, kLocSumRead);
-  if (value == nullptr) return false;
-  // Kept: only validity is tested, so an empty value is added too (unlike
-  // Average and StdDev).
-  if (value->IsValid()) sum += *value;
-  return true;
+  return Take(ReadColumn(record, column, scratch), record);
 }
 
 bool SumResult::GetResult(Variant& value) {
@@ -161,13 +136,7 @@ StatsResult* AverageResult::Clone() { return CloneOf(*this); }
 
 bool AverageResult::ProcessRecord(const StatsRecord& record) {
   Variant scratch;
-  const Variant* value = ReadValue(scratch, record, kLocAverageRead);
-  if (value == nullptr) return false;
-  if (IsUsable(*value)) {
-    sum += *value;
-    AddOne(count);
-  }
-  return true;
+  return Take(ReadColumn(record, column, scratch), record);
 }
 
 void AverageResult::Finalize() {
@@ -198,14 +167,7 @@ StatsResult* StdDevResult::Clone() { return CloneOf(*this); }
 
 bool StdDevResult::ProcessRecord(const StatsRecord& record) {
   Variant scratch;
-  const Variant* value = ReadValue(scratch, record, kLocStdDevRead);
-  if (value == nullptr) return false;
-  if (IsUsable(*value)) {
-    sum += *value;
-    AddOne(count);
-    sumOfSquares += *value * *value;
-  }
-  return true;
+  return Take(ReadColumn(record, column, scratch), record);
 }
 
 void StdDevResult::Finalize() {

@@ -37,6 +37,12 @@ class CountResult : public StatsResult {
   explicit CountResult(int column) : StatsResult(column) {}
   CountResult& operator=(const CountResult& other);
 
+  // ProcessRecord without the call: Count reads nothing.
+  bool Take() {
+    AddOne(count);
+    return true;
+  }
+
   StatsResult* Clone() override;
   bool ProcessRecord(const StatsRecord& record) override;
   // An integer Variant of the count.
@@ -56,6 +62,13 @@ class CountValidResult : public StatsResult {
   explicit CountValidResult(int column) : StatsResult(column) {}
   CountValidResult& operator=(const CountValidResult& other);
 
+  // ProcessRecord once the column is read: `value` null for a failed read.
+  bool Take(const Variant* value, const StatsRecord& record) {
+    if (value == nullptr) return Failed(record, kLocRead);
+    if (IsUsable(*value)) AddOne(count);
+    return true;
+  }
+
   StatsResult* Clone() override;
   bool ProcessRecord(const StatsRecord& record) override;
   bool GetResult(Variant& value) override;
@@ -64,6 +77,7 @@ class CountValidResult : public StatsResult {
   void DumpObject(std::ostream& os) override;
 
  private:
+  static constexpr int kLocRead = 11360;  // a failed read
   friend class ResultState;
   int count = 0;
 };
@@ -76,6 +90,13 @@ class ExtremeResult : public StatsResult {
  public:
   explicit ExtremeResult(int column) : StatsResult(column) {}
   ExtremeResult& operator=(const ExtremeResult& other);
+
+  bool Take(const Variant* value, const StatsRecord& record) {
+    if (value == nullptr)
+      return Failed(record, kType == StatsDefn::Min ? kLocMinRead : kLocMaxRead);
+    if (Beats(*value, extreme)) extreme = *value;
+    return true;
+  }
 
   StatsResult* Clone() override;
   bool ProcessRecord(const StatsRecord& record) override;
@@ -91,6 +112,8 @@ class ExtremeResult : public StatsResult {
   }
 
  private:
+  static constexpr int kLocMinRead = 11380;  // a failed read
+  static constexpr int kLocMaxRead = 11390;
   friend class ResultState;
   Variant extreme;
 };
@@ -107,6 +130,14 @@ class SumResult : public StatsResult {
   explicit SumResult(int column) : StatsResult(column) {}
   SumResult& operator=(const SumResult& other);
 
+  // Kept: only validity is tested, so an empty value is added too (unlike
+  // Average and StdDev).
+  bool Take(const Variant* value, const StatsRecord& record) {
+    if (value == nullptr) return Failed(record, kLocRead);
+    if (value->IsValid()) sum += *value;
+    return true;
+  }
+
   StatsResult* Clone() override;
   bool ProcessRecord(const StatsRecord& record) override;
   bool GetResult(Variant& value) override;
@@ -114,6 +145,7 @@ class SumResult : public StatsResult {
   void DumpObject(std::ostream& os) override;
 
  private:
+  static constexpr int kLocRead = 11370;  // a failed read
   friend class ResultState;
   Variant sum = Variant(0);
 };
@@ -125,6 +157,15 @@ class AverageResult : public StatsResult {
   explicit AverageResult(int column) : StatsResult(column) {}
   AverageResult& operator=(const AverageResult& other);
 
+  bool Take(const Variant* value, const StatsRecord& record) {
+    if (value == nullptr) return Failed(record, kLocRead);
+    if (IsUsable(*value)) {
+      sum += *value;
+      AddOne(count);
+    }
+    return true;
+  }
+
   StatsResult* Clone() override;
   bool ProcessRecord(const StatsRecord& record) override;
   void Finalize() override;
@@ -133,6 +174,7 @@ class AverageResult : public StatsResult {
   void DumpObject(std::ostream& os) override;
 
  private:
+  static constexpr int kLocRead = 11400;  // a failed read
   friend class ResultState;
   Variant sum = Variant(0);
   int count = 0;
@@ -149,6 +191,16 @@ class StdDevResult : public StatsResult {
   explicit StdDevResult(int column) : StatsResult(column) {}
   StdDevResult& operator=(const StdDevResult& other);
 
+  bool Take(const Variant* value, const StatsRecord& record) {
+    if (value == nullptr) return Failed(record, kLocRead);
+    if (IsUsable(*value)) {
+      sum += *value;
+      AddOne(count);
+      sumOfSquares += *value * *value;
+    }
+    return true;
+  }
+
   StatsResult* Clone() override;
   bool ProcessRecord(const StatsRecord& record) override;
   void Finalize() override;
@@ -157,6 +209,7 @@ class StdDevResult : public StatsResult {
   void DumpObject(std::ostream& os) override;
 
  private:
+  static constexpr int kLocRead = 11410;  // a failed read
   friend class ResultState;
   Variant sum = Variant(0);
   Variant sumOfSquares = Variant(0);

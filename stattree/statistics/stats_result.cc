@@ -15,30 +15,52 @@ constexpr int kInvalidTypeCode = 11355;
 }  // namespace
 
 StatsResult* StatsResult::New(StatsDefn::StatsType type, int column) {
+  StatsResult* made = nullptr;
+  Kind kind = Kind::Other;
   switch (type) {
     case StatsDefn::Count:
-      return new CountResult(column);
+      made = new CountResult(column);
+      kind = Kind::Count;
+      break;
     case StatsDefn::CountValid:
-      return new CountValidResult(column);
+      made = new CountValidResult(column);
+      kind = Kind::CountValid;
+      break;
     case StatsDefn::Min:
-      return new MinResult(column);
+      made = new MinResult(column);
+      kind = Kind::Min;
+      break;
     case StatsDefn::Max:
-      return new MaxResult(column);
+      made = new MaxResult(column);
+      kind = Kind::Max;
+      break;
     case StatsDefn::Sum:
-      return new SumResult(column);
+      made = new SumResult(column);
+      kind = Kind::Sum;
+      break;
     case StatsDefn::Average:
-      return new AverageResult(column);
+      made = new AverageResult(column);
+      kind = Kind::Average;
+      break;
     case StatsDefn::StdDev:
-      return new StdDevResult(column);
+      made = new StdDevResult(column);
+      kind = Kind::StdDev;
+      break;
     case StatsDefn::Histogram1:
     case StatsDefn::EnumCount:
-      return new EnumResult(column);
+      made = new EnumResult(column);
+      kind = Kind::Enum;
+      break;
     case StatsDefn::EnumPercent:
-      return new EnumPercentResult(column);
+      made = new EnumPercentResult(column);
+      kind = Kind::EnumPercent;
+      break;
     default:
       TheErrorManager().Set(kInvalidTypeCode, static_cast<int>(type));
       return nullptr;
   }
+  made->kind = kind;
+  return made;
 }
 
 bool StatsResult::DescribeReads(std::vector<int>& columns,

@@ -38,6 +38,22 @@ class CriteriaSet;
 
 class StatsResult {
  public:
+  // What New made: a set feeds these from the engine's record cache
+  // without a virtual call. Anything else, a class derived from the
+  // library's included, is Other and fed through ProcessRecord.
+  enum class Kind : unsigned char {
+    Other,
+    Count,
+    CountValid,
+    Min,
+    Max,
+    Sum,
+    Average,
+    StdDev,
+    Enum,
+    EnumPercent,
+  };
+
   explicit StatsResult(int column) : column(column) {}
   virtual ~StatsResult() = default;
 
@@ -65,6 +81,9 @@ class StatsResult {
   bool DescribeReads(std::vector<int>& columns,
                      std::vector<std::pair<CriteriaSet*, int>>& sets) const;
 
+  Kind GetKind() const { return kind; }
+  int GetColumn() const { return column; }
+
   // Makes the accumulator of `type` reading `column`, owned by the caller.
   // Histogram1 and EnumCount both make an EnumResult (so a histogram's
   // accumulator answers GetType with EnumCount). Any other type outside
@@ -74,7 +93,11 @@ class StatsResult {
 
  protected:
   StatsResult(const StatsResult& other) = default;
-  StatsResult& operator=(const StatsResult& other) = default;
+  // Copies the column; the kind stays the object's own.
+  StatsResult& operator=(const StatsResult& other) {
+    column = other.column;
+    return *this;
+  }
 
   // This statistic's column of `record`, read into `scratch` unless the
   // record is the engine's cache (the value is then only valid until the
@@ -87,6 +110,13 @@ class StatsResult {
 
   // The statistic-side record error report; null.
   static const Variant* ReadFailed(const StatsRecord& record, int location);
+  // The same, answering ProcessRecord's false.
+  static bool Failed(const StatsRecord& record, int location) {
+    ReadFailed(record, location);
+    return false;
+  }
+  // A value CountValid, Average and StdDev take.
+  static bool IsUsable(const Variant& value) { return value.IsValid() && !value.IsEmpty(); }
 
   // What every Clone does: a fresh accumulator of the source's class, given
   // its state by that class's assignment.
@@ -94,6 +124,7 @@ class StatsResult {
   static StatsResult* CloneOf(const Result& source) {
     auto copy = std::make_unique<Result>(source.column);
     *copy = source;
+    copy->kind = source.kind;
     return copy.release();
   }
 
@@ -104,6 +135,10 @@ class StatsResult {
 
   // Column handed to StatsRecord::GetValue; -1 is passed on unchecked.
   int column;
+
+ private:
+  // Set by New and Clone only, so that it always names the exact class.
+  Kind kind = Kind::Other;
 };
 
 }  // namespace stattree
