@@ -172,6 +172,11 @@ bool GroupingResults::AddNewStatsDefn(const StatsDefn& defn) {
 }
 
 bool GroupingResults::ProcessRecord(const StatsRecord& record) {
+  // Every grouping without a grouping spec: its one set takes every record,
+  // as the search below would find.
+  if (!groupings.empty() && groupings.front().AlwaysPasses()) {
+    return FeedSets(0, record, kLocMatchingSetRecord);
+  }
   std::size_t position = 0;
   bool found = false;
   if (!FindSetOf(position, found, record)) return DumpLocation(kLocMembershipTest);
@@ -196,8 +201,7 @@ bool GroupingResults::FindScannedSet(std::size_t& position, bool& found,
                                      const StatsRecord& record) const {
   if (groupings.empty()) return false;
   // A first set that always passes takes every record, without a read.
-  const Criteria* first = groupings.front().GetCriteria();
-  if (first != nullptr && &typeid(*first) == &typeid(AlwaysPassCriteria)) {
+  if (groupings.front().AlwaysPasses()) {
     position = 0;
     found = true;
     return true;

@@ -6,12 +6,14 @@
 #include <cstdint>
 #include <memory>
 #include <new>
+#include <typeinfo>
 #include <utility>
 
 #include "stattree/boundary/binary_reader.h"
 #include "stattree/boundary/binary_writer.h"
 #include "stattree/boundary/error_reporting.h"
 #include "stattree/boundary/record_cache.h"
+#include "stattree/criteria/always_pass_criteria.h"
 #include "stattree/criteria/criteria.h"
 #include "stattree/criteria/criteria_set.h"
 #include "stattree/definitions/stats_defn.h"
@@ -114,7 +116,8 @@ StatsSet::StatsSet(StatsSet&& other) noexcept
     : groupingCriteria(std::move(other.groupingCriteria)),
       table(std::move(other.table)),
       results(std::move(other.results)),
-      recordsProcessed(other.recordsProcessed) {
+      recordsProcessed(other.recordsProcessed),
+      alwaysPasses(other.alwaysPasses) {
   other.DeleteDataMembers();
 }
 
@@ -129,6 +132,7 @@ StatsSet& StatsSet::operator=(StatsSet&& other) noexcept {
     table = std::move(other.table);
     results = std::move(other.results);
     recordsProcessed = other.recordsProcessed;
+    alwaysPasses = other.alwaysPasses;
     other.DeleteDataMembers();
   }
   return *this;
@@ -142,7 +146,13 @@ void StatsSet::CopyDataMembers(const StatsSet& other) {
   std::unique_ptr<Criteria> clone(
       other.groupingCriteria != nullptr ? other.groupingCriteria->Clone() : nullptr);
   CopyResultsFrom(other);
-  groupingCriteria = std::move(clone);
+  UseCriteria(std::move(clone));
+}
+
+void StatsSet::UseCriteria(std::unique_ptr<Criteria> criteria) {
+  // The exact class: a derived one may test records its own way.
+  alwaysPasses = criteria != nullptr && typeid(*criteria) == typeid(AlwaysPassCriteria);
+  groupingCriteria = std::move(criteria);
 }
 
 void StatsSet::CopyResultsFrom(const StatsSet& other) {
@@ -193,7 +203,7 @@ bool StatsSet::CannotFailOn(const RecordCache& cache) const {
 
 void StatsSet::DeleteDataMembers() {
   recordsProcessed = 0;
-  groupingCriteria.reset();
+  UseCriteria(nullptr);
   table.reset();
   results.clear();
 }
@@ -235,7 +245,7 @@ bool StatsSet::AddNewStatsDefn(const StatsDefn& defn) {
 
 bool StatsSet::ConfigureCriteria(Criteria* criteria) {
   if (criteria == nullptr) return SetErrorCode(kNullCriteriaCode);
-  groupingCriteria.reset(criteria->Clone());
+  UseCriteria(std::unique_ptr<Criteria>(criteria->Clone()));
   return groupingCriteria != nullptr;
 }
 

@@ -85,6 +85,9 @@ class STATTREE_EXPORT StatsSet {
   // always-pass criteria.
   bool GetCriteriaText(std::vector<std::string>& texts) const;
   Criteria* GetCriteria() const { return groupingCriteria.get(); }
+  // Whether the criteria is an always-pass criteria: every record meets it
+  // without a read.
+  bool AlwaysPasses() const { return alwaysPasses; }
   int GetRecordsProcessed() const { return recordsProcessed; }
 
   // Grouping values compared position by position; a set without criteria
@@ -110,6 +113,8 @@ class STATTREE_EXPORT StatsSet {
  private:
   void CopyDataMembers(const StatsSet& other);
   void DeleteDataMembers();
+  // Takes `criteria` as the grouping criteria (null for none).
+  void UseCriteria(std::unique_ptr<Criteria> criteria);
 
   struct NameTable;
 
@@ -121,6 +126,7 @@ class STATTREE_EXPORT StatsSet {
   // results[i] is named table->names[i]; never null.
   std::vector<std::unique_ptr<StatsResult>> results;
   int recordsProcessed = 0;
+  bool alwaysPasses = false;  // see AlwaysPasses
 };
 
 }  // namespace stattree
