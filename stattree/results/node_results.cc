@@ -31,10 +31,9 @@ void NodeResults::CopyDataMembers(const NodeResults& other) { subsets = other.su
 
 bool NodeResults::AddNewStatsDefn(const StatsDefn& defn) {
   const std::string& name = defn.GetSubsetName();
-  auto found = subsets.find(name);
-  if (found != subsets.end()) {
+  if (SubsetResults* known = subsets.Find(name)) {
     // The subset keeps the criteria of the definition that brought it.
-    if (!found->second.AddNewStatsDefn(defn)) return DumpLocation(kLocKnownSubsetDefn);
+    if (!known->AddNewStatsDefn(defn)) return DumpLocation(kLocKnownSubsetDefn);
     return true;
   }
   SubsetResults subset;
@@ -42,7 +41,7 @@ bool NodeResults::AddNewStatsDefn(const StatsDefn& defn) {
   if (subsetCriteria == nullptr) return SetErrorCode(kNoSubsetCriteriaCode);
   subset.ConfigureCriteria(subsetCriteria);
   if (!subset.AddNewStatsDefn(defn)) return DumpLocation(kLocNewSubsetDefn);
-  subsets.emplace(name, subset);
+  subsets.Add(name, subset);
   return true;
 }
 
@@ -61,13 +60,11 @@ void NodeResults::DetachFromDefinitions(DefinitionCopies& copies) {
   for (auto& entry : subsets) entry.second.DetachFromDefinitions(copies);
 }
 
-void NodeResults::ClearResults() { subsets.clear(); }
+void NodeResults::ClearResults() { subsets.Clear(); }
 
 SubsetResults* NodeResults::GetSubsetResults(const std::string& name) const {
-  auto found = subsets.find(name);
-  if (found == subsets.end()) return nullptr;
   // The owner hands out its results for the engine's cursor to read.
-  return const_cast<SubsetResults*>(&found->second);
+  return const_cast<SubsetResults*>(subsets.Find(name));
 }
 
 void NodeResults::DumpObject(std::ostream& os, const std::map<std::string, StatsDefn>& defns) {

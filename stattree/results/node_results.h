@@ -18,6 +18,7 @@
 
 #include "stattree/boundary/stats_record.h"
 #include "stattree/export.h"
+#include "stattree/results/named_list.h"
 #include "stattree/results/subset_results.h"
 
 namespace stattree {
@@ -57,7 +58,7 @@ class STATTREE_EXPORT NodeResults {
  private:
   void CopyDataMembers(const NodeResults& other);
 
-  std::map<std::string, SubsetResults> subsets;
+  NamedList<SubsetResults> subsets;
 };
 
 }  // namespace stattree

@@ -54,10 +54,9 @@ bool SubsetResults::ConfigureCriteria(Criteria* criteria) {
 
 bool SubsetResults::AddNewStatsDefn(const StatsDefn& defn) {
   const std::string& name = defn.GetGroupingName();
-  auto found = groupings.find(name);
-  if (found != groupings.end()) {
+  if (GroupingResults* known = groupings.Find(name)) {
     // The grouping keeps the criteria of the definition that brought it.
-    if (!found->second.AddNewStatsDefn(defn)) return DumpLocation(kLocKnownGroupingDefn);
+    if (!known->AddNewStatsDefn(defn)) return DumpLocation(kLocKnownGroupingDefn);
     return true;
   }
   GroupingResults grouping;
@@ -67,7 +66,7 @@ bool SubsetResults::AddNewStatsDefn(const StatsDefn& defn) {
     return DumpLocation(kLocNewGroupingCriteria);
   }
   if (!grouping.AddNewStatsDefn(defn)) return DumpLocation(kLocNewGroupingDefn);
-  groupings.emplace(name, grouping);
+  groupings.Add(name, grouping);
   return true;
 }
 
@@ -110,10 +109,8 @@ void SubsetResults::Finalize() {
 }
 
 GroupingResults* SubsetResults::GetGroupingResults(const std::string& name) const {
-  auto found = groupings.find(name);
-  if (found == groupings.end()) return nullptr;
   // The owner hands out its results for the engine's cursor to read.
-  return const_cast<GroupingResults*>(&found->second);
+  return const_cast<GroupingResults*>(groupings.Find(name));
 }
 
 void SubsetResults::DumpObject(std::ostream& os, const std::map<std::string, StatsDefn>& defns) {

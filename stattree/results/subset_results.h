@@ -22,6 +22,7 @@
 #include "stattree/criteria/always_pass_criteria.h"
 #include "stattree/export.h"
 #include "stattree/results/grouping_results.h"
+#include "stattree/results/named_list.h"
 
 namespace stattree {
 
@@ -66,7 +67,7 @@ class STATTREE_EXPORT SubsetResults {
 
   Criteria* subsetCriteria = nullptr;     // borrowed from a definition, or ownCriteria
   std::shared_ptr<Criteria> ownCriteria;  // once the definitions may be gone
-  std::map<std::string, GroupingResults> groupings;
+  NamedList<GroupingResults> groupings;
   AlwaysPassCriteria totalsCriteria;
 };
 
