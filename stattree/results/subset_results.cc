@@ -41,6 +41,7 @@ void SubsetResults::CopyDataMembers(const SubsetResults& other) {
   // The subset criteria stay shared with the definition; the always-pass
   // criteria are this object's own and are not copied.
   subsetCriteria = other.subsetCriteria;
+  subsetAlwaysPasses = other.subsetAlwaysPasses;
   ownCriteria = other.ownCriteria;
   groupings = other.groupings;
 }
@@ -48,6 +49,8 @@ void SubsetResults::CopyDataMembers(const SubsetResults& other) {
 bool SubsetResults::ConfigureCriteria(Criteria* criteria) {
   if (criteria == nullptr) return SetErrorCode(kNullCriteriaCode);
   subsetCriteria = criteria;
+  // The exact class: a derived one may test records its own way.
+  subsetAlwaysPasses = typeid(*criteria) == typeid(AlwaysPassCriteria);
   ownCriteria.reset();
   return true;
 }
@@ -74,7 +77,7 @@ bool SubsetResults::ProcessRecord(const StatsRecord& record) {
   if (subsetCriteria == nullptr) return SetErrorCode(kUnconfiguredCode);
   // A failed test counts as a record outside the subset; its error stays
   // set for the caller's checks.
-  if (!MeetsSubset(record)) return true;
+  if (!subsetAlwaysPasses && !MeetsSubset(record)) return true;
   for (auto& entry : groupings) {
     if (!entry.second.ProcessRecord(record)) return DumpLocation(kLocGroupingRecord);
   }
@@ -100,6 +103,7 @@ void SubsetResults::DetachFromDefinitions(DefinitionCopies& copies) {
   if (subsetCriteria != nullptr && ownCriteria == nullptr) {
     ownCriteria = copies.CopyOf(*subsetCriteria);
     subsetCriteria = ownCriteria.get();
+    subsetAlwaysPasses = typeid(*subsetCriteria) == typeid(AlwaysPassCriteria);
   }
   for (auto& entry : groupings) entry.second.DetachFromDefinitions(copies);
 }

@@ -67,6 +67,8 @@ class STATTREE_EXPORT SubsetResults {
 
   Criteria* subsetCriteria = nullptr;     // borrowed from a definition, or ownCriteria
   std::shared_ptr<Criteria> ownCriteria;  // once the definitions may be gone
+  // The subset criteria is an always-pass criteria: every record meets it.
+  bool subsetAlwaysPasses = false;
   NamedList<GroupingResults> groupings;
   AlwaysPassCriteria totalsCriteria;
 };

@@ -31,6 +31,7 @@
 #ifndef STATTREE_STATISTICS_ENUM_RESULT_H_
 #define STATTREE_STATISTICS_ENUM_RESULT_H_
 
+#include <cstddef>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -104,7 +105,12 @@ class EnumResult : public StatsResult {
   bool TakeKnownBin(const RecordCache& cache, bool& taken) {
     int index = 0;
     if (!KnownBin(cache, index)) return false;
-    taken = CountBin(index, cache);
+    if (IsBin(index)) {
+      counters[static_cast<std::size_t>(index)] += 1.0F;
+      taken = true;
+    } else {
+      taken = CountBin(index, cache);
+    }
     return true;
   }
 
@@ -123,6 +129,10 @@ class EnumResult : public StatsResult {
   }
   // ProcessRecord once GetRecordEnumIndex gave `index`.
   bool CountBin(int index, const StatsRecord& record);
+  // Whether CountBin, with no error held, would count `index` in a bin.
+  bool IsBin(int index) const {
+    return index != NoMatchIndex && index >= 0 && index < static_cast<int>(counters.size());
+  }
   // The dump's frame both kinds share; `writeBin(i)` writes bin i's line.
   template <typename WriteBin>
   void DumpBins(std::ostream& os, WriteBin&& writeBin);
@@ -161,7 +171,13 @@ class EnumPercentResult : public EnumResult {
     int index = 0;
     if (!KnownBin(cache, index)) return false;
     matched = index != NoMatchIndex;
-    taken = CountMatched(index, cache);
+    if (!IsBin(index)) {
+      taken = CountMatched(index, cache);
+      return true;
+    }
+    counters[static_cast<std::size_t>(index)] += 1.0F;
+    AddOne(total);
+    taken = true;
     return true;
   }
 
