@@ -92,8 +92,9 @@ class StatsResult {
   static StatsResult* New(StatsDefn::StatsType type, int column);
 
  protected:
-  StatsResult(const StatsResult& other) = default;
-  // Copies the column; the kind stays the object's own.
+  // Copy and assignment take the column; the kind stays Other or the
+  // object's own (see GetKind).
+  StatsResult(const StatsResult& other) : column(other.column) {}
   StatsResult& operator=(const StatsResult& other) {
     column = other.column;
     return *this;
