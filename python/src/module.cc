@@ -18,6 +18,7 @@
 
 #include "python/src/frame_table.h"
 #include "python/src/job_runner.h"
+#include "python/src/report_dict.h"
 #include "tools/stattree/cell_converter.h"
 #include "tools/stattree/job_loader.h"
 #include "tools/stattree/report_json.h"
@@ -46,6 +47,12 @@ py::list Texts(const std::vector<std::string>& lines) {
 struct PyJob {
   cli::Job job;
   std::string name;
+};
+
+// A finished run's report: its Python objects and its JSON text are made
+// when asked for.
+struct PyReport {
+  cli::Report report;
 };
 
 // Every column a job reads, in the job's order, each once.
@@ -198,12 +205,12 @@ class InterruptCheck : public ProgressManager {
   PyObject* traceback_ = nullptr;
 };
 
-// ("ok", json text) | ("bad", [message...]) | ("engine", {...}).
-py::tuple Answer(RunOutcome& outcome, InterruptCheck& interrupt, const std::string& json) {
+// ("ok", _Report) | ("bad", [message...]) | ("engine", {...}).
+py::tuple Answer(RunOutcome& outcome, InterruptCheck& interrupt) {
   interrupt.Rethrow();
   switch (outcome.status) {
     case RunOutcome::Status::Ok:
-      return py::make_tuple("ok", py::str(json));
+      return py::make_tuple("ok", PyReport{std::move(outcome.report)});
     case RunOutcome::Status::BadInput:
       return py::make_tuple("bad", Texts(outcome.errors));
     case RunOutcome::Status::Cancelled:
@@ -221,13 +228,6 @@ py::tuple Answer(RunOutcome& outcome, InterruptCheck& interrupt, const std::stri
   failure["detail"] = Text(e.detail);
   failure["locations"] = e.locations;
   return py::make_tuple("engine", failure);
-}
-
-std::string ToJson(const RunOutcome& outcome) {
-  if (outcome.status != RunOutcome::Status::Ok) return std::string();
-  std::ostringstream text;
-  cli::JsonReportWriter::Write(text, outcome.report);
-  return text.str();
 }
 
 // `columns`: per name, None (not read by the job), ("integers", int64
@@ -310,18 +310,16 @@ py::tuple RunFrame(const PyJob& job, const std::vector<std::string>& names, cons
   InterruptCheck interrupt;
   JobRunner::Options options = RunOptions(job, dataName, maxNodes, &interrupt);
   RunOutcome outcome;
-  std::string json;
   {
     const py::gil_scoped_release release;
     outcome = partial ? JobRunner::PartialFrame(job.job, table, options)
                       : JobRunner::RunFrame(job.job, table, options);
-    if (!partial) json = ToJson(outcome);
   }
   if (partial && outcome.status == RunOutcome::Status::Ok) {
     interrupt.Rethrow();
     return py::make_tuple("ok", py::bytes(outcome.partial));
   }
-  return Answer(outcome, interrupt, json);
+  return Answer(outcome, interrupt);
 }
 
 py::tuple MergePartials(const PyJob& job, const std::vector<std::string>& partials,
@@ -330,16 +328,14 @@ py::tuple MergePartials(const PyJob& job, const std::vector<std::string>& partia
   JobRunner::Options options = RunOptions(job, dataName, maxNodes, nullptr);
   options.partial = partial;
   RunOutcome outcome;
-  std::string json;
   {
     const py::gil_scoped_release release;
     outcome = JobRunner::MergePartials(job.job, partials, options);
-    if (!partial) json = ToJson(outcome);
   }
   if (partial && outcome.status == RunOutcome::Status::Ok) {
     return py::make_tuple("ok", py::bytes(outcome.partial));
   }
-  return Answer(outcome, interrupt, json);
+  return Answer(outcome, interrupt);
 }
 
 py::tuple RunCsv(const PyJob& job, const std::string& path, const std::string& delimiter,
@@ -352,13 +348,11 @@ py::tuple RunCsv(const PyJob& job, const std::string& path, const std::string& d
   csvOptions.textColumns = textColumns;
   csvOptions.skipBadRows = skipBadRows;
   RunOutcome outcome;
-  std::string json;
   {
     const py::gil_scoped_release release;
     outcome = JobRunner::RunCsv(job.job, path, options, csvOptions);
-    json = ToJson(outcome);
   }
-  return Answer(outcome, interrupt, json);
+  return Answer(outcome, interrupt);
 }
 
 }  // namespace
@@ -367,6 +361,7 @@ py::tuple RunCsv(const PyJob& job, const std::string& path, const std::string& d
 
 PYBIND11_MODULE(_stattree, m) {
   using stattree::python::PyJob;
+  using stattree::python::PyReport;
   m.doc() = "The engine side of the stattree package; use `stattree` instead.";
   py::class_<PyJob>(m, "_Job")
       .def_property_readonly("name", [](const PyJob& j) { return j.name; })
@@ -376,6 +371,13 @@ PYBIND11_MODULE(_stattree, m) {
         std::vector<std::string> names;
         for (const auto& ref : j.job.tree) names.push_back(ref.name);
         return names;
+      });
+  py::class_<PyReport>(m, "_Report")
+      .def("document", [](const PyReport& r) { return stattree::python::ReportDict(r.report); })
+      .def("json", [](const PyReport& r) {
+        std::ostringstream text;
+        stattree::cli::JsonReportWriter::Write(text, r.report);
+        return text.str();
       });
   m.def("parse_job", &stattree::python::ParseJob, py::arg("text"), py::arg("name"));
   m.def("load_job", &stattree::python::LoadJob, py::arg("path"));

@@ -288,17 +288,32 @@ class Report:
     """A finished run: the tool's JSON report as `to_dict()`, a tidy
     `to_frame()`, and navigation from `root`."""
 
-    def __init__(self, json_text):
-        self._json = json_text
-        self._document = json.loads(json_text)
+    def __init__(self, native):
+        # The engine side's report: the dict and the JSON text are made
+        # from it, not from each other.
+        self._native = native
+        self._json = None
+        self._document = native.document()
 
     def to_dict(self):
         """The tool's JSON report (`stattree run --format json`), as a new
         dict each call."""
-        return json.loads(self._json)
+        if self._native is None:
+            return json.loads(self._json)
+        return self._native.document()
 
     def to_json(self):
+        if self._json is None:
+            self._json = self._native.json()
         return self._json
+
+    def __getstate__(self):
+        return {"json": self.to_json()}
+
+    def __setstate__(self, state):
+        self._native = None
+        self._json = state["json"]
+        self._document = json.loads(self._json)
 
     @property
     def records(self):

@@ -1,9 +1,13 @@
 """Navigating a report and its tidy frame, against its own dict."""
+import json
+import pickle
+
 import pandas as pd
 import pytest
 
 import stattree
 from conftest import EXAMPLES
+from test_run import EVERY_TYPE
 
 
 @pytest.fixture(scope="module")
@@ -74,3 +78,20 @@ def test_to_frame_renames_tree_fields_named_like_its_columns():
     assert list(tidy.columns) == ["value_", "statistic", "type", "group", "bin", "records",
                                   "value"]
     assert list(tidy["value"]) == [3, 1, 2]
+
+
+def test_dict_json_and_pickle_agree_with_the_tool_also_on_bytes_not_utf8(tmp_path, tool_json):
+    # The dict is built apart from the JSON text: both must be what the
+    # tool writes, bytes that are not UTF-8 (replaced) and invalid results
+    # included.
+    csv = tmp_path / "data.csv"
+    csv.write_bytes(b"g,x\ncaf\xe9,1\ncaf\xe9,abc\nna\xefve\xff,2.5\n,\n")
+    job_file = tmp_path / "job.json"
+    job_file.write_text(json.dumps({"tree": ["g"], "statistics": EVERY_TYPE}))
+    report = stattree.Job.from_file(str(job_file)).run_csv(str(csv))
+    got = report.to_dict()
+    assert got == json.loads(report.to_json())
+    assert got == tool_json(str(csv), str(job_file))
+    assert "caf\ufffd" in [child["value"] for child in got["root"]["children"]]
+    travelled = pickle.loads(pickle.dumps(report))
+    assert travelled.to_dict() == got and travelled.to_json() == report.to_json()
