@@ -198,10 +198,16 @@ bool CriteriaSet::FindBinFlat(int& index, const RecordCache& cache) const {
   return true;
 }
 
-bool CriteriaSet::FindsBinWithoutFailure(const RecordCache& cache) const {
+bool CriteriaSet::FindBinAhead(const RecordCache& cache) const {
   if (!IsFlat() || !cache.Enabled()) return false;
   for (int column : flatColumns) {
     if (cache.Peek(column) == nullptr) return false;
+  }
+  // Every column read: the flat walk finds the bin RecordMeetsCriteria
+  // would, from the same values.
+  int index = -1;
+  if (!IsErrorSet() && !cache.FindAnswer(currentBin, index) && FindBinFlat(index, cache)) {
+    cache.KeepAnswer(currentBin, index);
   }
   return true;
 }

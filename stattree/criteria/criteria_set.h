@@ -71,8 +71,10 @@ class STATTREE_EXPORT CriteriaSet {
 
   // Whether RecordMeetsCriteria on the cache's current record is sure to
   // succeed: the list is flattened and every column it reads reads (the
-  // reads are made now, through the cache).
-  bool FindsBinWithoutFailure(const RecordCache& cache) const;
+  // reads are made now, through the cache). When it is, the bin is found
+  // now and kept as RecordMeetsCriteria keeps it, so that KnownBin has it
+  // for every reader of the record.
+  bool FindBinAhead(const RecordCache& cache) const;
 
   // Number of list entries.
   int GetCriteriaCount() const;

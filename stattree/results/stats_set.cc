@@ -195,7 +195,7 @@ bool StatsSet::CannotFailOn(const RecordCache& cache) const {
   }
   for (std::size_t i = 0; sure && i < plan->sets.size(); ++i) {
     const auto& [set, counters] = plan->sets[i];
-    sure = counters >= set->GetCriteriaCount() && set->FindsBinWithoutFailure(cache);
+    sure = counters >= set->GetCriteriaCount() && set->FindBinAhead(cache);
   }
   if (!IsErrorSet()) cache.KeepAnswer(table->sure, sure ? 1 : 0);
   return sure;
