@@ -171,6 +171,10 @@ bool StatsSet::CannotFailOn(const RecordCache& cache) const {
   if (IsErrorSet() || table == nullptr) return false;
   int answer = 0;
   if (cache.FindAnswer(table->sure, answer)) return answer != 0;
+  return WorkOutCannotFail(cache);
+}
+
+bool StatsSet::WorkOutCannotFail(const RecordCache& cache) const {
   std::shared_ptr<const NameTable::ReadPlan> plan = table->plan;
   if (plan == nullptr || plan->run != cache.RunId()) {
     auto fresh = std::make_shared<NameTable::ReadPlan>();

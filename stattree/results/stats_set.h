@@ -118,6 +118,10 @@ class STATTREE_EXPORT StatsSet {
 
   struct NameTable;
 
+  // CannotFailOn for a record it has not answered yet; apart, so that the
+  // answers already known cost a short call.
+  bool WorkOutCannotFail(const RecordCache& cache) const;
+
   // The accumulator named `name`, or null.
   StatsResult* Find(const std::string& name) const;
 
