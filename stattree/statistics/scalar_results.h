@@ -92,8 +92,9 @@ class ExtremeResult : public StatsResult {
   ExtremeResult& operator=(const ExtremeResult& other);
 
   bool Take(const Variant* value, const StatsRecord& record) {
-    if (value == nullptr)
+    if (value == nullptr) {
       return Failed(record, kType == StatsDefn::Min ? kLocMinRead : kLocMaxRead);
+    }
     if (Beats(*value, extreme)) extreme = *value;
     return true;
   }
